@@ -1,0 +1,11 @@
+#pragma once
+
+// The whole exported interface of liborvaneControl.
+#include "orvane/avsdk.h"
+#include "orvane/confsdk.h"
+#include "orvane/controlsdk.h"
+#include "orvane/export.h"
+#include "orvane/orvanelogic.h"
+#include "orvane/transsdk.h"
+#include "orvane/types.h"
+#include "orvane/vocabulary.h"

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "conf_state.h"
+
+namespace ORVANE {
+
+// Before the device is registered with the call server.
+class ConfStateInit : public ConfStateBase {
+public:
+    explicit ConfStateInit(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// REGISTER sent, waiting for the call server's answer.
+class ConfStateWaitRegOK : public ConfStateBase {
+public:
+    explicit ConfStateWaitRegOK(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// Registered, no call.
+class ConfStateIdle : public ConfStateBase {
+public:
+    explicit ConfStateIdle(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// INVITE sent, waiting for ACCEPTED or ERROR.
+class ConfStateActive_WaitInviteResult : public ConfStateBase {
+public:
+    explicit ConfStateActive_WaitInviteResult(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// Accepted by the server, waiting for the media join of an outgoing call.
+class ConfStateActive_WaitAvUserid : public ConfStateBase {
+public:
+    explicit ConfStateActive_WaitAvUserid(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// An INVITE came in, waiting for its conference information.
+class ConfStatePassive_WaitConfInfo : public ConfStateBase {
+public:
+    explicit ConfStatePassive_WaitConfInfo(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// Waiting for the user to take or decline the incoming call.
+class ConfStatePassive_WaitUserConfirm : public ConfStateBase {
+public:
+    explicit ConfStatePassive_WaitUserConfirm(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// Taken by the user, waiting for the media join of an incoming call.
+class ConfStatePassive_WaitAvUserid : public ConfStateBase {
+public:
+    explicit ConfStatePassive_WaitAvUserid(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// ACCEPTED sent for an incoming call, waiting for ACK.
+class ConfStatePassive_WaitAck : public ConfStateBase {
+public:
+    explicit ConfStatePassive_WaitAck(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+// In the meeting.
+class ConfStateInMeeting : public ConfStateBase {
+public:
+    explicit ConfStateInMeeting(ConfStateMachine* m);
+    ConfStateMachine* machine;
+};
+
+}  // namespace ORVANE

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <thread>
+
+#include "orvane/orvanelogic.h"
+
+// The empty variant: commands routed to the logic are dropped.
+class OrvaneLogic_AV : public OrvaneLogic_Interface {
+public:
+    void setConfptr(ORVANE::OrvaneSDKPrivate* c) override { conf = c; }
+    ORVANE::OrvaneSDKPrivate* conf = nullptr;
+};
+
+// The working variant for the media platforms in use.
+class OrvaneLogic_QV final : public OrvaneLogic_Interface {
+public:
+    OrvaneLogic_QV() = default;
+    ~OrvaneLogic_QV();
+    OrvaneLogic_QV(const OrvaneLogic_QV&) = delete;
+    OrvaneLogic_QV& operator=(const OrvaneLogic_QV&) = delete;
+
+    void sendCommand(const std::string& type, const std::string& data) override;
+    void onCtrlCommand(const std::string& type, const std::string& data) override;
+    void onCtrlNotify(const std::string& type, const std::string& data) override;
+    void setConfptr(ORVANE::OrvaneSDKPrivate* c) override;
+
+    ORVANE::OrvaneSDKPrivate* conf = nullptr;
+    std::thread controlThread;
+};

@@ -1,0 +1,169 @@
+#include "orvane/confsdk.h"
+
+#include "confsdk_p.h"
+#include "logger.h"
+
+namespace ORVANE {
+
+namespace {
+
+// No exception leaves the exported interface: a fault is logged and the
+// call answers with its neutral result.
+template <typename R, typename F>
+R guarded(const char* operation, R fallback, F&& body) {
+    try {
+        return body();
+    } catch (const nlohmann::json::exception& e) {
+        LOG_ERROR("json ERROR! confsdk:{}, json error={}, data={}", operation, e.what(), "");
+    } catch (const std::exception& e) {
+        LOG_ERROR("ConfSDK::{} failed: {}", operation, e.what());
+    } catch (...) {
+        LOG_ERROR("ConfSDK::{} failed with an unknown exception", operation);
+    }
+    return fallback;
+}
+
+template <typename F>
+void guardedVoid(const char* operation, F&& body) {
+    guarded(operation, 0, [&] {
+        body();
+        return 0;
+    });
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+
+std::atomic<ConfSDK*> OrvaneSDK_Factory::_sdk{nullptr};
+std::mutex OrvaneSDK_Factory::_mutex;
+
+ConfSDK* OrvaneSDK_Factory::createInstance(const std::string& platformName, const std::string& createParam) {
+    std::lock_guard<std::mutex> lock(_mutex);
+    if (_sdk.load() == nullptr) {
+        _sdk = guarded("createInstance", static_cast<ConfSDK*>(nullptr),
+                       [&] { return new ConfSDK(platformName, createParam); });
+    }
+    return _sdk.load();
+}
+
+ConfSDK* OrvaneSDK_Factory::getInstance() { return _sdk.load(); }
+
+// ---------------------------------------------------------------------------
+
+ConfSDK::ConfSDK(const std::string& platformName, const std::string& createParam) {
+    LOG_DEBUG("ConfSDK::ConfSDK ctor enter\n");
+    d = new OrvaneSDKPrivate(platformName, createParam);
+    setConfsdkPrivate(d);
+}
+
+void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
+    LOG_INFO("ConfSDK::sendCommand, type={}, data={}\n", type, data);
+    try {
+        d->sendCommand(type, data);
+    } catch (const nlohmann::json::exception& e) {
+        LOG_JSON_ERROR(e.what(), data);
+    } catch (const std::exception& e) {
+        LOG_ERROR("ConfSDK::sendCommand failed: {}, type={}", e.what(), type);
+    } catch (...) {
+        LOG_ERROR("ConfSDK::sendCommand failed with an unknown exception, type={}", type);
+    }
+}
+
+ConfSDK::ConfControlService& ConfSDK::getConfControlService() { return *d; }
+
+void ConfSDK::setListener(Listener* listener) {
+    guardedVoid("setListener", [&] { d->setListener(listener); });
+}
+
+void ConfSDK::setMediaServiceListener(AVSDK::Listener* listener) {
+    guardedVoid("setMediaServiceListener", [&] { d->setMediaServiceListener(listener); });
+}
+
+void ConfSDK::setOrvaneLogger(std::shared_ptr<spdlog::logger> logger) { setOrvaneGlobalLogger(std::move(logger)); }
+
+void ConfSDK::setOrvaneTrans(TransSDK* trans) {
+    guardedVoid("setOrvaneTrans", [&] { d->setOrvaneTrans(trans); });
+}
+
+int ConfSDK::initMediaService(const std::string& platformName, const std::string& initPara) {
+    return guarded("initMediaService", -1, [&] { return d->initMediaService(platformName, initPara); });
+}
+
+int ConfSDK::cleanMediaService() {
+    LOG_ERROR("****** Why do you call this function? ******");
+    return 0;
+}
+
+int ConfSDK::reinit() {
+    return guarded("reinit", 0, [&] { return d->reinit(); });
+}
+
+AVSDK* ConfSDK::getMediaService() {
+    return guarded("getMediaService", static_cast<AVSDK*>(nullptr), [&] { return d->getMediaService(); });
+}
+
+std::string ConfSDK::getMyInfo() {
+    return guarded("getMyInfo", std::string(), [&] { return d->getMyInfo(); });
+}
+
+std::string ConfSDK::getUniformUserID() {
+    return guarded("getUniformUserID", std::string(), [&] { return d->getUniformUserID(); });
+}
+
+std::string ConfSDK::getUniformUserName() {
+    return guarded("getUniformUserName", std::string(), [&] { return d->getUniformUserName(); });
+}
+
+bool ConfSDK::isMeetingRoomDevice() { return d->isMeetingRoomDevice(); }
+
+void ConfSDK::setMeetingPanelVisible(bool visible) {
+    guardedVoid("setMeetingPanelVisible", [&] { d->setCustomUIOption("setMeetingPanelVisible", 0, visible); });
+}
+
+void ConfSDK::setInviteButtonVisible(bool visible) {
+    guardedVoid("setInviteButtonVisible", [&] { d->setCustomUIOption("setInviteButtonVisible", 1, visible); });
+}
+
+void ConfSDK::setShareButtonVisible(bool visible) {
+    guardedVoid("setShareButtonVisible", [&] { d->setCustomUIOption("setShareButtonVisible", 2, visible); });
+}
+
+void ConfSDK::setRecordButtonVisible(bool visible) {
+    guardedVoid("setRecordButtonVisible", [&] { d->setCustomUIOption("setRecordButtonVisible", 3, visible); });
+}
+
+void ConfSDK::setChatButtonVisible(bool visible) {
+    guardedVoid("setChatButtonVisible", [&] { d->setCustomUIOption("setChatButtonVisible", 4, visible); });
+}
+
+void ConfSDK::setMediaServiceUIType(const std::string& type) {
+    guardedVoid("setMediaServiceUIType", [&] { d->setMediaServiceUIType(type); });
+}
+
+void ConfSDK::DoInternalTaskMustCalledByUIThread() {
+    guardedVoid("DoInternalTaskMustCalledByUIThread", [&] { d->runUiTask(); });
+}
+
+// ---------------------------------------------------------------------------
+
+namespace {
+std::mutex g_creatorMutex;
+AVSDK_Factory::Creator g_creator;
+}  // namespace
+
+AVSDK* AVSDK_Factory::createInstance(const std::string& platformName, const std::string& initPara) {
+    Creator creator;
+    {
+        std::lock_guard<std::mutex> lock(g_creatorMutex);
+        creator = g_creator;
+    }
+    return creator ? creator(platformName, initPara) : nullptr;
+}
+
+void AVSDK_Factory::setCreator(Creator creator) {
+    std::lock_guard<std::mutex> lock(g_creatorMutex);
+    g_creator = std::move(creator);
+}
+
+}  // namespace ORVANE

@@ -1,0 +1,197 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CallSignal/conf_state.h"
+#include "clock.h"
+#include "orvane/avsdk.h"
+#include "orvane/confsdk.h"
+#include "orvane/controlsdk.h"
+#include "orvane/orvanelogic.h"
+#include "orvane/transsdk.h"
+#include "orvaneconference.h"
+#include "timer_manager.h"
+#include "timer_task.h"
+
+class OrvaneLogic_QV;
+
+namespace ORVANE {
+
+class AVSDKWrapper_QV;
+class PortalReporter;
+class LayoutCatalogue;
+
+// What a central object is built on. The exported factory uses the defaults;
+// a test builds its own object with a manual clock and services of its own.
+struct SdkEnv {
+    std::shared_ptr<Clock> clock;                 // null: the real clocks
+    bool processWide = true;                      // use the process's one logic object
+    OrvaneLogic_Interface* logic = nullptr;       // a logic object to use instead (not owned)
+};
+
+// The one central object of the library: it holds the identity, the
+// conference record and the state machine, and reaches every other service.
+//
+// Locking: the state machine, _conf, the identity fields, the status flags and
+// the service pointers are guarded by callMutex, taken through CallLock by
+// every entry from outside (application, transport, engine, timers).
+// Listener calls made under it are delivered after it is released.
+class OrvaneSDKPrivate : public ControlSDK::Listner,
+                         public AVSDK::Listener,
+                         public ConfSDK::ConfControlService,
+                         public ConfSDK::ConfInterpretationService,
+                         public ConfSDK::ConfUiControlService {
+public:
+    OrvaneSDKPrivate(const std::string& platformName, const std::string& createParam, SdkEnv env = {});
+    // Only objects made by tests are destroyed; the exported one lives until exit.
+    ~OrvaneSDKPrivate() override;
+    OrvaneSDKPrivate(const OrvaneSDKPrivate&) = delete;
+    OrvaneSDKPrivate& operator=(const OrvaneSDKPrivate&) = delete;
+
+    // ControlSDK::Listner
+    void onCtrlCommand(const std::string& type, const std::string& json) override;
+    void onCtrlNotify(const std::string& type, const std::string& json) override;
+    // AVSDK::Listener
+    void onNotify(std::string group, std::string cmd, std::string data) override;
+
+    // ConfControlService
+    bool isRunning() override;
+    int setLayout(const std::vector<LayoutItem>& items, int a, int b) override;
+    ConfSDK::ConfInterpretationService* getConfInterpretationService() override;
+    ConfSDK::ConfUiControlService* getConfUiControlService() override;
+    void getLayoutSize(Rect container, int layoutId, int sumCount, int* width, int* height) override;
+    Rect fitRect(Rect container, int width, int height) override;
+    Rect getCellRect(Rect container, int layoutId, int sumCount, int index) override;
+    Rect computeCellRect(Rect container, int spacing, int margin, int gridRow, int gridColumn, int width, int height,
+                         int rowStart, int rowEnd, int colStart, int colEnd) override;
+    void setLayoutOrder(std::string key, std::vector<std::string> list) override;
+    std::vector<std::string> getLayoutOrder(std::string key) override;
+    std::vector<std::string> mergeLayoutOrder(std::string key, std::vector<std::string> list) override;
+
+    // ConfInterpretationService
+    std::vector<std::string> interpretationList() override;
+    int interpretationUserSet(const std::string& deviceId, int a, int b) override;
+    int interpretationUserClear(const std::string& deviceId) override;
+    int interpretationUserChange(const std::string& deviceId, int a, int b) override;
+    int interpretationStart() override;
+    int interpretationStop() override;
+
+    // ConfUiControlService
+    int uiControlCall() override;
+
+    // The facade's operations.
+    void sendCommand(const std::string& type, const std::string& data);
+    void setListener(ConfSDK::Listener* l);
+    void setMediaServiceListener(AVSDK::Listener* l);
+    void setOrvaneTrans(TransSDK* t);
+    int initMediaService(const std::string& platformName, const std::string& initPara);
+    int reinit();
+    AVSDK* getMediaService();
+    std::string getMyInfo();
+    std::string getUniformUserID();
+    std::string getUniformUserName();
+    bool isMeetingRoomDevice();
+    void setCustomUIOption(const char* operation, int uiType, bool visible);
+    void setMediaServiceUIType(const std::string& type);
+    void runUiTask();
+
+    // Conference record.
+    nlohmann::json parseConfinfo(const std::string& data);
+    std::string getAvUseridFromDeviceID(const std::string& deviceId);
+    std::string getDeviceidFromAvUserid(const std::string& userid);
+
+    // Status synchronisation: the request to send for "confSyncdata", or an
+    // empty text to send the application's own.
+    std::string checkSyncCommand(const std::string& data);
+
+    // Timed tasks of the state machine.
+    uint64_t add_timer_task(int64_t seconds, std::function<void(std::string)> callback, std::string arg);
+    void cancel_timer_task(uint64_t id);
+    void _task_worker_loop();
+
+    // To the application, delivered once no library lock is held.
+    void notifyConf(const std::string& type, const std::string& data);
+    void replyConf(const std::string& type, const std::string& data);
+    void notifyAvListener(const std::string& group, const std::string& cmd, const std::string& data);
+    // The transport's text for an error id; empty without a transport.
+    std::string errMsgFromId(const std::string& id);
+
+    Clock& clock() { return *clock_; }
+    std::recursive_mutex& callMutex() { return callMutex_; }
+
+    // Fields, in the order of the central object's description.
+    TransSDK* trans = nullptr;
+    ControlSDK* control = nullptr;
+    AVSDK* av = nullptr;
+    AVSDKWrapper_QV* avWrapper = nullptr;
+    OrvaneLogic_Interface* logic = nullptr;
+    PortalReporter* reporter = nullptr;
+    LayoutCatalogue* layoutConfig = nullptr;
+    bool customUiMode = false;
+    std::string createParam;
+
+    std::string my_dial_num;
+    std::string user_id;
+    std::string serial_number;
+    std::string device_name;
+    std::string device_type;
+    std::string device_id;
+    bool is_meeting_room_device = false;
+    std::string register_user_id;
+    std::string register_user_name;
+    std::string av_user;
+    std::string av_password;
+
+    OrvaneConference _conf;
+    ConfStateMachine* stateMachine = nullptr;
+    std::thread* workerThread = nullptr;
+    std::atomic<bool> workerRunning{true};
+    TimerTaskQueue timerTasks;
+
+    bool muteAll = false;
+    bool allowUnmute = false;
+    bool locked = false;
+    bool hostVideoWhenEntering = false;
+    bool participantVideoWhenEntering = false;
+
+    std::map<std::string, EpStatus> epStatusList;
+    std::mutex epStatusMutex;
+
+    ConfSDK::Listener* listener = nullptr;
+    AVSDK::Listener* avListener = nullptr;
+    std::string av_platform_name = "QV";
+    bool syncing = false;
+    std::vector<std::string> simulatedGuids;
+
+    std::vector<nlohmann::json> device_vector;  // H.323 call-outs in hand
+    nlohmann::json current_device;
+    uint64_t h323_timer_id = 0;
+    timer::manager h323Timer;
+    bool h323_call_settled = false;
+    std::string last_h323_userid;
+    std::atomic<bool> sdkReady{false};
+
+private:
+    AVSDK* getMediaServiceQuiet();
+
+    std::shared_ptr<Clock> clock_;
+    std::recursive_mutex callMutex_;
+    OrvaneLogic_QV* ownedLogic_ = nullptr;
+};
+
+// The central object of the process, for code that has no ConfSDK at hand.
+// Set by the ConfSDK constructor.
+OrvaneSDKPrivate* confsdkPrivate();
+void setConfsdkPrivate(OrvaneSDKPrivate* p);
+
+}  // namespace ORVANE

@@ -1,0 +1,74 @@
+#include "logger.h"
+
+#include <spdlog/sinks/stdout_color_sinks.h>
+
+#include <cstdio>
+#include <mutex>
+
+namespace ORVANE {
+
+namespace {
+std::shared_ptr<spdlog::logger> g_logger;  // accessed with the atomic shared_ptr functions
+std::mutex g_fallbackMutex;
+constexpr const char* kFallbackName = "tmp_console_log";
+}  // namespace
+
+void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger) { std::atomic_store(&g_logger, std::move(logger)); }
+
+std::shared_ptr<spdlog::logger> orvaneLoggerHandle() { return std::atomic_load(&g_logger); }
+
+std::shared_ptr<spdlog::logger> OrvaneGlobalLogger() {
+    if (auto logger = std::atomic_load(&g_logger)) return logger;
+
+    {
+        // Two threads may both miss the registry; only one may create.
+        std::lock_guard<std::mutex> lock(g_fallbackMutex);
+        auto fallback = spdlog::get(kFallbackName);
+        if (!fallback) fallback = spdlog::stdout_color_mt(kFallbackName);
+        spdlog::set_default_logger(fallback);
+    }
+    std::fputs("Logger ERROR: can NOT find ", stdout);
+    std::fputs("OrvaneGlobalLogger", stdout);
+    std::fputs(", return default log\n", stdout);
+    std::fflush(stdout);
+    return spdlog::default_logger();
+}
+
+namespace detail {
+
+std::string qualifiedFunctionName(const char* prettyFunction) {
+    const std::string text = prettyFunction ? prettyFunction : "";
+    // The parameter list starts at the first '(' outside template brackets.
+    int depth = 0;
+    size_t open = std::string::npos;
+    for (size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        if (c == '<') {
+            ++depth;
+        } else if (c == '>') {
+            if (depth > 0) --depth;
+        } else if (c == '(' && depth == 0) {
+            open = i;
+            break;
+        }
+    }
+    if (open == std::string::npos) return text;
+    // The name runs back to the blank that ends the return type.
+    size_t start = open;
+    depth = 0;
+    while (start > 0) {
+        char c = text[start - 1];
+        if (c == '>') {
+            ++depth;
+        } else if (c == '<') {
+            if (depth > 0) --depth;
+        } else if ((c == ' ' || c == '*' || c == '&') && depth == 0) {
+            break;
+        }
+        --start;
+    }
+    return text.substr(start, open - start);
+}
+
+}  // namespace detail
+}  // namespace ORVANE

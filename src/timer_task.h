@@ -1,0 +1,52 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "clock.h"
+
+namespace ORVANE {
+
+struct TimerTaskItem {
+    uint64_t id = 0;
+    std::string arg;
+    std::function<void(std::string)> callback;
+    int64_t due = 0;  // system clock, 100 ns units
+};
+
+// The state machine's time-outs: tasks with a due time, run one after the
+// other by the central object's worker thread.
+class TimerTaskQueue {
+public:
+    explicit TimerTaskQueue(std::shared_ptr<Clock> clock);
+
+    // Queues callback(arg) to run `seconds` from now; returns its id (never 0).
+    uint64_t add(int64_t seconds, std::function<void(std::string)> callback, std::string arg);
+    // Removes the task; an unknown id (ran, never existed, 0) has no effect.
+    void cancel(uint64_t id);
+    // Blocks until the next task is due and moves it out. False once the
+    // queue has been shut down.
+    bool takeNext(TimerTaskItem& out);
+    // Drops every queued task; ids go on counting.
+    void clear();
+    // Ends every wait in takeNext for good.
+    void shutdown();
+
+    size_t size();
+    Clock& clock() { return *clock_; }
+
+private:
+    std::shared_ptr<Clock> clock_;
+    std::vector<TimerTaskItem> items;  // latest due first: the next task stands at the back
+    std::condition_variable wakeup;
+    uint64_t nextId = 1;
+    std::mutex mutex;
+    bool stopped = false;
+};
+
+}  // namespace ORVANE

@@ -1,0 +1,106 @@
+// Listener calls made under the call lock run after it is released, in
+// order, never nested; a listener may call back into the library, from its
+// own thread or from another, without deadlock.
+#include <gtest/gtest.h>
+
+#include <future>
+
+#include "harness.h"
+#include "orvane/vocabulary.h"
+
+using namespace orvtest;
+using namespace std::chrono_literals;
+
+TEST(CallLock, DeliveriesWaitForTheOutermostRelease) {
+    std::recursive_mutex mutex;
+    std::vector<std::string> seen;
+    {
+        ORVANE::CallLock outer(mutex);
+        {
+            ORVANE::CallLock inner(mutex);
+            ORVANE::CallLock::deliver([&] { seen.push_back("a"); });
+        }
+        EXPECT_TRUE(seen.empty());
+        ORVANE::CallLock::deliver([&] { seen.push_back("b"); });
+        EXPECT_TRUE(ORVANE::CallLock::held());
+    }
+    EXPECT_FALSE(ORVANE::CallLock::held());
+    EXPECT_EQ(seen, (std::vector<std::string>{"a", "b"}));
+
+    // Without a lock: at once.
+    ORVANE::CallLock::deliver([&] { seen.push_back("c"); });
+    EXPECT_EQ(seen.size(), 3u);
+}
+
+TEST(CallLock, CallbacksDoNotNestAndExceptionsStop) {
+    std::recursive_mutex mutex;
+    std::vector<std::string> seen;
+    int depth = 0;
+    {
+        ORVANE::CallLock lock(mutex);
+        ORVANE::CallLock::deliver([&] {
+            ++depth;
+            seen.push_back("first");
+            // A callback that enters the library and makes another delivery.
+            ORVANE::CallLock again(mutex);
+            ORVANE::CallLock::deliver([&] {
+                EXPECT_EQ(depth, 0);  // runs after "first" has returned
+                seen.push_back("third");
+            });
+            --depth;
+        });
+        ORVANE::CallLock::deliver([&] {
+            seen.push_back("second");
+            throw std::runtime_error("listener fault");
+        });
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"first", "second", "third"}));
+}
+
+TEST(CallLock, ListenerMayCallBackFromAnyThread) {
+    Harness h;
+    h.initMedia("QC");
+    // On the exception report, the application leaves the meeting: once on
+    // the notifying thread, once from a thread of its own that the callback
+    // waits for. Neither may deadlock.
+    std::atomic<int> calls{0};
+    h.app.onNotifyHook = [&](const std::string& type, const std::string&) {
+        if (type != "confsdknotify_internal_exception_in_meeting" || calls++ > 0) return;
+        h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
+        std::async(std::launch::async, [&] { h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, ""); }).wait();
+    };
+    h.setState(ORVANE::AVSTATE_IN_MEETING);
+    auto reporter = std::async(std::launch::async, [&] {
+        ORVANE::CallLock lock(h.sdk->callMutex());
+        h.sdk->stateMachine->report_meeting_exception("t", "id");
+    });
+    ASSERT_EQ(reporter.wait_for(5s), std::future_status::ready);
+    EXPECT_EQ(h.state(), ORVANE::AVSTATE_IDLE);
+    EXPECT_EQ(h.logs.count("----ConfState change to idle state---"), 2u);
+}
+
+TEST(CallLock, ConcurrentEntriesFromAllSidesStayConsistent) {
+    Harness h;
+    h.initMedia("QC");
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    threads.emplace_back([&] {
+        while (!stop) h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
+    });
+    threads.emplace_back([&] {
+        while (!stop) h.engine.emit("MeetingServiceEvent", "onSomething", "{}");
+    });
+    threads.emplace_back([&] {
+        while (!stop) h.trans.deliver(R"({"msg":"changed"})");
+    });
+    threads.emplace_back([&] {
+        while (!stop) {
+            ORVANE::CallLock lock(h.sdk->callMutex());
+            h.sdk->add_timer_task(0, [&](std::string) { h.sdk->isRunning(); }, "");
+        }
+    });
+    std::this_thread::sleep_for(200ms);
+    stop = true;
+    for (auto& t : threads) t.join();
+    EXPECT_EQ(h.state(), ORVANE::AVSTATE_IDLE);
+}

@@ -1,0 +1,70 @@
+// The logging frame: the fallback logger, the error line before each of its
+// statements, and the function names passed with every line.
+#include <gtest/gtest.h>
+
+#include "log_capture.h"
+#include "logger.h"
+
+using namespace orvtest;
+
+namespace {
+void logSomething() { LOG_ERROR("fallback line {}", 42); }
+
+struct Widget {
+    int method(const std::vector<std::pair<int, int>>&) {
+        LOG_DEBUG("in method");
+        return 0;
+    }
+};
+}  // namespace
+
+TEST(Logger, FallbackPrintsErrorLineBeforeEachStatement) {
+    ORVANE::setOrvaneGlobalLogger(nullptr);
+    testing::internal::CaptureStdout();
+    logSomething();
+    logSomething();
+    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string error = "Logger ERROR: can NOT find OrvaneGlobalLogger, return default log\n";
+    const size_t first = out.find(error);
+    ASSERT_NE(first, std::string::npos);
+    const size_t line = out.find("fallback line 42", first);
+    ASSERT_NE(line, std::string::npos);
+    EXPECT_NE(out.find(error, line), std::string::npos);  // again before the second
+    // The fallback is registered once and reused.
+    auto fallback = spdlog::get("tmp_console_log");
+    ASSERT_NE(fallback, nullptr);
+    EXPECT_EQ(spdlog::default_logger(), fallback);
+}
+
+TEST(Logger, SetLoggerReplacesAndEmptyHandleRestoresFallback) {
+    {
+        LogCapture logs;
+        testing::internal::CaptureStdout();
+        logSomething();
+        EXPECT_EQ(testing::internal::GetCapturedStdout().find("Logger ERROR"), std::string::npos);
+        ASSERT_EQ(logs.lines().size(), 1u);
+        EXPECT_EQ(logs.lines()[0].text, "fallback line 42");
+        EXPECT_EQ(logs.lines()[0].level, spdlog::level::err);
+        EXPECT_EQ(logs.lines()[0].function, "{anonymous}::logSomething");
+    }
+    testing::internal::CaptureStdout();
+    logSomething();
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("Logger ERROR"), std::string::npos);
+}
+
+TEST(Logger, QualifiedFunctionNames) {
+    using ORVANE::detail::qualifiedFunctionName;
+    EXPECT_EQ(qualifiedFunctionName("void ORVANE::ConfSDK::sendCommand(const string&, const string&)"),
+              "ORVANE::ConfSDK::sendCommand");
+    EXPECT_EQ(qualifiedFunctionName("uint64_t ORVANE::OrvaneSDKPrivate::add_timer_task(int64_t, "
+                                    "std::function<void(std::__cxx11::basic_string<char>)>, std::string)"),
+              "ORVANE::OrvaneSDKPrivate::add_timer_task");
+    EXPECT_EQ(qualifiedFunctionName("ORVANE::ConfSDK::ConfSDK(const string&, const string&)"),
+              "ORVANE::ConfSDK::ConfSDK");
+    EXPECT_EQ(qualifiedFunctionName("std::vector<std::pair<int, int> >* ns::f<int>(int)"), "ns::f<int>");
+    EXPECT_EQ(qualifiedFunctionName("const char* name()"), "name");
+
+    LogCapture logs;
+    Widget().method({});
+    EXPECT_EQ(logs.lines().at(0).function, "{anonymous}::Widget::method");
+}
