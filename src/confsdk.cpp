@@ -1,5 +1,6 @@
 #include "orvane/confsdk.h"
 
+#include "callid.h"
 #include "confsdk_p.h"
 #include "logger.h"
 
@@ -53,6 +54,7 @@ ConfSDK* OrvaneSDK_Factory::getInstance() { return _sdk.load(); }
 
 ConfSDK::ConfSDK(const std::string& platformName, const std::string& createParam) {
     LOG_DEBUG("ConfSDK::ConfSDK ctor enter\n");
+    seedCallIdGenerator();
     d = new OrvaneSDKPrivate(platformName, createParam);
     setConfsdkPrivate(d);
 }

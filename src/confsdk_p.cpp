@@ -236,11 +236,15 @@ int OrvaneSDKPrivate::reinit() {
     }
     CallLock lock(callMutex_);
     timerTasks.clear();
+    resetConference();
+    return 0;
+}
+
+void OrvaneSDKPrivate::resetConference() {
     _conf.reset();
     std::lock_guard<std::mutex> epLock(epStatusMutex);
     muteAll = allowUnmute = locked = hostVideoWhenEntering = participantVideoWhenEntering = false;
     epStatusList.clear();
-    return 0;
 }
 
 AVSDK* OrvaneSDKPrivate::getMediaService() {

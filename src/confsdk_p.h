@@ -105,10 +105,23 @@ public:
     void setMediaServiceUIType(const std::string& type);
     void runUiTask();
 
+    // Call signals to the call server.
+    int callserver_register();
+    int callserver_unregister();
+    int callserver_invite(std::string dialnum);
+    int callserver_bye(const std::string& dialnum);
+    int callserver_ack();
+    int callserver_accepted(std::string dialnum);
+    int callserver_ok(const std::string& av_userid);
+    int callserver_update(const std::string& av_userid);
+    int callserver_error(int code, const std::string& message);
+
     // Conference record.
     nlohmann::json parseConfinfo(const std::string& data);
     std::string getAvUseridFromDeviceID(const std::string& deviceId);
     std::string getDeviceidFromAvUserid(const std::string& userid);
+    // Ends the call's data: the record, the status flags and the endpoint cache.
+    void resetConference();
 
     // Status synchronisation: the request to send for "confSyncdata", or an
     // empty text to send the application's own.
@@ -183,6 +196,8 @@ public:
 
 private:
     AVSDK* getMediaServiceQuiet();
+    void storeCallId(const std::string& id);
+    void sendSignal(const char* type, const std::string& text);
 
     std::shared_ptr<Clock> clock_;
     std::recursive_mutex callMutex_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "harness.h"
+#include "ServerInteraction/orvanecmdtojson.h"
 #include "orvane/vocabulary.h"
 
 using namespace orvtest;
@@ -243,4 +244,61 @@ TEST(Identity, IsRunningByState) {
     }
     EXPECT_TRUE(h.logs.has("  cur sts=AVSTATE_IN_MEETING, return ture;"));
     EXPECT_TRUE(h.logs.has("  cur sts=AVSTATE_IDLE, return false;"));
+}
+
+// With a transport, the rewritten commands on the wire.
+TEST(DispatchWire, StartconfSendsGuestNameThenExtension) {
+    Harness h;
+    h.initMedia("QC");
+    h.trans.guest = true;
+    {
+        ORVANE::CallLock lock(h.sdk->callMutex());
+        h.sdk->device_id = "dev-9";
+        CtrlSDKUtils::OrvaneCmdToJson::setCmdIdentity(false, "dev-9", "", "", "");
+    }
+    h.sdk->sendCommand(ORVANE::CONF::STARTCONF, R"({"dispname":"Guest Bob","extension":"204"})");
+    auto sent = h.trans.sent();
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[0],
+              R"({"id":"confUpdateGuestName","method":"quelmar","msg":"method","params":[{"payload":)"
+              R"("{\"deviceName\":\"Guest Bob\"}","type":"put","url":"/api/quelmar/devicemgr/1.0/device/dev-9/guestname"}]})");
+    EXPECT_EQ(sent[1],
+              R"({"id":"devicemgr_extension","method":"quelmar","msg":"method","params":[{"payload":)"
+              R"("{\"extension\":\"204\"}","type":"put","url":"/api/quelmar/devicemgr/1.0/device/dev-9/extension"}]})");
+
+    // A meeting-room terminal, or no extension: nothing of the two.
+    h.trans.clear();
+    h.sdk->is_meeting_room_device = true;
+    h.sdk->sendCommand(ORVANE::CONF::STARTCONF, R"({"dispname":"Room"})");
+    EXPECT_TRUE(h.trans.sent().empty());
+}
+
+TEST(DispatchWire, EndpointsAndDeviceNameAreRewritten) {
+    Harness h;
+    {
+        ORVANE::CallLock lock(h.sdk->callMutex());
+        h.sdk->_conf.confid = "conf-7";
+        h.sdk->device_id = "dev-1";
+    }
+    h.sdk->sendCommand(ORVANE::CONF::ENDPOINTS, R"({"confid":"","other":"dropped"})");
+    h.sdk->sendCommand(ORVANE::CONF::ENDPOINTS, R"({"confid":"conf-8","version":"9.9"})");
+    h.sdk->sendCommand(ORVANE::CONF::UPDATEDEVICENAME, R"({"devicename":"Board room","deviceid":"spoofed"})");
+    auto sent = h.trans.sent();
+    ASSERT_EQ(sent.size(), 3u);
+    EXPECT_EQ(sent[0], R"({"id":"confControlendpoints","method":"quelmar","msg":"method","params":[{"payload":"null",)"
+                       R"("type":"get","url":"/api/quelmar/confmgr/2.0/conference/conf-7/controlpanel/"}]})");
+    // Every key but "confid" is dropped, "version" too.
+    EXPECT_EQ(sent[1], R"({"id":"confControlendpoints","method":"quelmar","msg":"method","params":[{"payload":"null",)"
+                       R"("type":"get","url":"/api/quelmar/confmgr/2.0/conference/conf-8/controlpanel/"}]})");
+    EXPECT_EQ(sent[2],
+              R"({"id":"confUpdatedevicename","method":"quelmar","msg":"method","params":[{"payload":)"
+              R"("{\"deviceName\":\"Board room\"}","type":"put","url":"/api/quelmar/devicemgr/1.0/device/dev-1/name"}]})");
+}
+
+TEST(DispatchWire, SyncdataFallsBackToTheApplicationsText) {
+    Harness h;
+    h.sdk->sendCommand(ORVANE::CONF::SYNCDATA, R"({"synctype":"conference","conferenceid":"c1","recordStatus":true})");
+    EXPECT_EQ(h.trans.last(),
+              R"({"id":"confSyncdata","method":"quelmar","msg":"method","params":[{"payload":"{\"recordStatus\":true}",)"
+              R"("type":"put","url":"/api/quelmar/confmgr/2.0/conference/c1/syncdata"}]})");
 }

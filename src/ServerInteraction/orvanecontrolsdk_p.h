@@ -20,7 +20,15 @@ public:
     void setOrvaneTrans(TransSDK* t);
     void setListener(ControlSDK::Listner* l);
 
+    // The wire text of a call signal: the signal inside its envelope, or an
+    // empty text when `data` is not JSON.
+    static std::string wrapCallSignal(const std::string& type, const std::string& data);
+
 private:
+    // The wire text for `type`, or false when the type has no entry.
+    bool buildRequest(const std::string& type, const std::string& data, std::string& text);
+    void process(const std::string& data);
+
     std::mutex mutex_;  // guards the three fields below; never held while calling out
     TransSDK* trans = nullptr;
     ControlSDK::Listner* listener = nullptr;
