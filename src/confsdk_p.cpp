@@ -10,8 +10,7 @@
 #include "logger.h"
 #include "orvane/vocabulary.h"
 
-namespace ORVANE {
-
+using namespace ORVANE;
 using json = nlohmann::json;
 
 namespace {
@@ -26,8 +25,10 @@ bool isLogicCommand(const std::string& type) {
 }
 }  // namespace
 
+namespace ORVANE {
 OrvaneSDKPrivate* confsdkPrivate() { return g_confsdkPrivate.load(); }
 void setConfsdkPrivate(OrvaneSDKPrivate* p) { g_confsdkPrivate.store(p); }
+}  // namespace ORVANE
 
 OrvaneSDKPrivate::OrvaneSDKPrivate(const std::string& platformName, const std::string& createParamIn, SdkEnv env)
     : createParam(createParamIn), timerTasks(clockOf(env)), h323Timer(clockOf(env)), clock_(clockOf(env)) {
@@ -526,5 +527,3 @@ AVSDK* OrvaneSDKPrivate::getMediaServiceQuiet() {
     CallLock lock(callMutex_);
     return av;
 }
-
-}  // namespace ORVANE

@@ -39,6 +39,8 @@ struct SdkEnv {
     OrvaneLogic_Interface* logic = nullptr;       // a logic object to use instead (not owned)
 };
 
+}  // namespace ORVANE
+
 // The one central object of the library: it holds the identity, the
 // conference record and the state machine, and reaches every other service.
 //
@@ -46,13 +48,13 @@ struct SdkEnv {
 // the service pointers are guarded by callMutex, taken through CallLock by
 // every entry from outside (application, transport, engine, timers).
 // Listener calls made under it are delivered after it is released.
-class OrvaneSDKPrivate : public ControlSDK::Listner,
-                         public AVSDK::Listener,
-                         public ConfSDK::ConfControlService,
-                         public ConfSDK::ConfInterpretationService,
-                         public ConfSDK::ConfUiControlService {
+class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
+                         public ORVANE::AVSDK::Listener,
+                         public ORVANE::ConfSDK::ConfControlService,
+                         public ORVANE::ConfSDK::ConfInterpretationService,
+                         public ORVANE::ConfSDK::ConfUiControlService {
 public:
-    OrvaneSDKPrivate(const std::string& platformName, const std::string& createParam, SdkEnv env = {});
+    OrvaneSDKPrivate(const std::string& platformName, const std::string& createParam, ORVANE::SdkEnv env = {});
     // Only objects made by tests are destroyed; the exported one lives until exit.
     ~OrvaneSDKPrivate() override;
     OrvaneSDKPrivate(const OrvaneSDKPrivate&) = delete;
@@ -66,13 +68,13 @@ public:
 
     // ConfControlService
     bool isRunning() override;
-    int setLayout(const std::vector<LayoutItem>& items, int a, int b) override;
-    ConfSDK::ConfInterpretationService* getConfInterpretationService() override;
-    ConfSDK::ConfUiControlService* getConfUiControlService() override;
-    void getLayoutSize(Rect container, int layoutId, int sumCount, int* width, int* height) override;
-    Rect fitRect(Rect container, int width, int height) override;
-    Rect getCellRect(Rect container, int layoutId, int sumCount, int index) override;
-    Rect computeCellRect(Rect container, int spacing, int margin, int gridRow, int gridColumn, int width, int height,
+    int setLayout(const std::vector<ORVANE::LayoutItem>& items, int a, int b) override;
+    ORVANE::ConfSDK::ConfInterpretationService* getConfInterpretationService() override;
+    ORVANE::ConfSDK::ConfUiControlService* getConfUiControlService() override;
+    void getLayoutSize(ORVANE::Rect container, int layoutId, int sumCount, int* width, int* height) override;
+    ORVANE::Rect fitRect(ORVANE::Rect container, int width, int height) override;
+    ORVANE::Rect getCellRect(ORVANE::Rect container, int layoutId, int sumCount, int index) override;
+    ORVANE::Rect computeCellRect(ORVANE::Rect container, int spacing, int margin, int gridRow, int gridColumn, int width, int height,
                          int rowStart, int rowEnd, int colStart, int colEnd) override;
     void setLayoutOrder(std::string key, std::vector<std::string> list) override;
     std::vector<std::string> getLayoutOrder(std::string key) override;
@@ -91,12 +93,12 @@ public:
 
     // The facade's operations.
     void sendCommand(const std::string& type, const std::string& data);
-    void setListener(ConfSDK::Listener* l);
-    void setMediaServiceListener(AVSDK::Listener* l);
-    void setOrvaneTrans(TransSDK* t);
+    void setListener(ORVANE::ConfSDK::Listener* l);
+    void setMediaServiceListener(ORVANE::AVSDK::Listener* l);
+    void setOrvaneTrans(ORVANE::TransSDK* t);
     int initMediaService(const std::string& platformName, const std::string& initPara);
     int reinit();
-    AVSDK* getMediaService();
+    ORVANE::AVSDK* getMediaService();
     std::string getMyInfo();
     std::string getUniformUserID();
     std::string getUniformUserName();
@@ -139,17 +141,17 @@ public:
     // The transport's text for an error id; empty without a transport.
     std::string errMsgFromId(const std::string& id);
 
-    Clock& clock() { return *clock_; }
+    ORVANE::Clock& clock() { return *clock_; }
     std::recursive_mutex& callMutex() { return callMutex_; }
 
     // Fields, in the order of the central object's description.
-    TransSDK* trans = nullptr;
-    ControlSDK* control = nullptr;
-    AVSDK* av = nullptr;
-    AVSDKWrapper_QV* avWrapper = nullptr;
+    ORVANE::TransSDK* trans = nullptr;
+    ORVANE::ControlSDK* control = nullptr;
+    ORVANE::AVSDK* av = nullptr;
+    ORVANE::AVSDKWrapper_QV* avWrapper = nullptr;
     OrvaneLogic_Interface* logic = nullptr;
-    PortalReporter* reporter = nullptr;
-    LayoutCatalogue* layoutConfig = nullptr;
+    ORVANE::PortalReporter* reporter = nullptr;
+    ORVANE::LayoutCatalogue* layoutConfig = nullptr;
     bool customUiMode = false;
     std::string createParam;
 
@@ -165,11 +167,11 @@ public:
     std::string av_user;
     std::string av_password;
 
-    OrvaneConference _conf;
+    ORVANE::OrvaneConference _conf;
     ConfStateMachine* stateMachine = nullptr;
     std::thread* workerThread = nullptr;
     std::atomic<bool> workerRunning{true};
-    TimerTaskQueue timerTasks;
+    ORVANE::TimerTaskQueue timerTasks;
 
     bool muteAll = false;
     bool allowUnmute = false;
@@ -177,11 +179,11 @@ public:
     bool hostVideoWhenEntering = false;
     bool participantVideoWhenEntering = false;
 
-    std::map<std::string, EpStatus> epStatusList;
+    std::map<std::string, ORVANE::EpStatus> epStatusList;
     std::mutex epStatusMutex;
 
-    ConfSDK::Listener* listener = nullptr;
-    AVSDK::Listener* avListener = nullptr;
+    ORVANE::ConfSDK::Listener* listener = nullptr;
+    ORVANE::AVSDK::Listener* avListener = nullptr;
     std::string av_platform_name = "QV";
     bool syncing = false;
     std::vector<std::string> simulatedGuids;
@@ -195,18 +197,20 @@ public:
     std::atomic<bool> sdkReady{false};
 
 private:
-    AVSDK* getMediaServiceQuiet();
+    ORVANE::AVSDK* getMediaServiceQuiet();
     void storeCallId(const std::string& id);
     void sendSignal(const char* type, const std::string& text);
 
-    std::shared_ptr<Clock> clock_;
+    std::shared_ptr<ORVANE::Clock> clock_;
     std::recursive_mutex callMutex_;
     OrvaneLogic_QV* ownedLogic_ = nullptr;
 };
 
+namespace ORVANE {
+
 // The central object of the process, for code that has no ConfSDK at hand.
 // Set by the ConfSDK constructor.
-OrvaneSDKPrivate* confsdkPrivate();
-void setConfsdkPrivate(OrvaneSDKPrivate* p);
+::OrvaneSDKPrivate* confsdkPrivate();
+void setConfsdkPrivate(::OrvaneSDKPrivate* p);
 
 }  // namespace ORVANE

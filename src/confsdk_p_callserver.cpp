@@ -15,8 +15,7 @@
 #include "logger.h"
 #include "vocabulary_internal.h"
 
-namespace ORVANE {
-
+using namespace ORVANE;
 using json = nlohmann::json;
 
 namespace {
@@ -153,5 +152,3 @@ int OrvaneSDKPrivate::callserver_error(int code, const std::string& message) {
     sendSignal(SIGNAL::ERROR, CtrlSDKUtils::dump(signal));
     return 0;
 }
-
-}  // namespace ORVANE

@@ -69,13 +69,13 @@ TEST(CallLock, ListenerMayCallBackFromAnyThread) {
         h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
         std::async(std::launch::async, [&] { h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, ""); }).wait();
     };
-    h.setState(ORVANE::AVSTATE_IN_MEETING);
+    h.setState(AVSTATE_IN_MEETING);
     auto reporter = std::async(std::launch::async, [&] {
         ORVANE::CallLock lock(h.sdk->callMutex());
         h.sdk->stateMachine->report_meeting_exception("t", "id");
     });
     ASSERT_EQ(reporter.wait_for(5s), std::future_status::ready);
-    EXPECT_EQ(h.state(), ORVANE::AVSTATE_IDLE);
+    EXPECT_EQ(h.state(), AVSTATE_IDLE);
     EXPECT_EQ(h.logs.count("----ConfState change to idle state---"), 2u);
 }
 
@@ -102,5 +102,5 @@ TEST(CallLock, ConcurrentEntriesFromAllSidesStayConsistent) {
     std::this_thread::sleep_for(200ms);
     stop = true;
     for (auto& t : threads) t.join();
-    EXPECT_EQ(h.state(), ORVANE::AVSTATE_IDLE);
+    EXPECT_EQ(h.state(), AVSTATE_IDLE);
 }

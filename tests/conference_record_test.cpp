@@ -70,7 +70,7 @@ TEST_F(Record, ATypeErrorStopsHalfwayAndKeepsWhatWasStored) {
     EXPECT_EQ(conf().dialnum, "8002");  // before the bad key
     EXPECT_EQ(conf().dispname, "Old");  // after it
     EXPECT_EQ(conf().confid, "old");
-    EXPECT_EQ(h.logs.countAt("json ERROR! confsdk:ORVANE::OrvaneSDKPrivate::parseConfinfo, json error=",
+    EXPECT_EQ(h.logs.countAt("json ERROR! confsdk:OrvaneSDKPrivate::parseConfinfo, json error=",
                              spdlog::level::err),
               1u);
 

@@ -7,8 +7,6 @@
 #include "orvane/vocabulary.h"
 
 using namespace orvtest;
-using ORVANE::AVSTATE_IDLE;
-using ORVANE::AVSTATE_IN_MEETING;
 
 namespace {
 
@@ -18,10 +16,10 @@ public:
         std::lock_guard<std::mutex> lock(mutex);
         commands.emplace_back(type, data);
     }
-    void setConfptr(ORVANE::OrvaneSDKPrivate* c) override { conf = c; }
+    void setConfptr(OrvaneSDKPrivate* c) override { conf = c; }
     std::mutex mutex;
     std::vector<std::pair<std::string, std::string>> commands;
-    ORVANE::OrvaneSDKPrivate* conf = nullptr;
+    OrvaneSDKPrivate* conf = nullptr;
 };
 
 const char* const kNoChannel = "OrvaneControlSDk_private::sendCommand: 没有发送通道,无法处理";
@@ -34,14 +32,14 @@ struct NoTransport : ::testing::Test {
         env.clock = clock;
         env.processWide = false;
         env.logic = &logic;
-        sdk = std::make_unique<ORVANE::OrvaneSDKPrivate>("QV", "", env);
+        sdk = std::make_unique<OrvaneSDKPrivate>("QV", "", env);
         sdk->setListener(&app);
     }
     LogCapture logs;
     std::shared_ptr<ORVANE::ManualClock> clock = std::make_shared<ORVANE::ManualClock>();
     RecordingLogic logic;
     AppListener app;
-    std::unique_ptr<ORVANE::OrvaneSDKPrivate> sdk;
+    std::unique_ptr<OrvaneSDKPrivate> sdk;
 };
 
 }  // namespace
@@ -84,19 +82,19 @@ TEST_F(NoTransport, EndpointsNeedConfidAndDeviceNameNeedsJson) {
     // A confid that is not a string is the application's error: logged, not sent.
     sdk->sendCommand(ORVANE::CONF::ENDPOINTS, R"({"confid":7})");
     EXPECT_EQ(logs.count(kNoChannel), 1u);
-    EXPECT_TRUE(logs.has("json ERROR! confsdk:ORVANE::OrvaneSDKPrivate::sendCommand"));
+    EXPECT_TRUE(logs.has("json ERROR! confsdk:OrvaneSDKPrivate::sendCommand"));
 
     logs.clear();
     sdk->sendCommand(ORVANE::CONF::UPDATEDEVICENAME, "{not json");
     EXPECT_EQ(logs.count(kNoChannel), 0u);
-    EXPECT_EQ(logs.countAt("json ERROR! confsdk:ORVANE::OrvaneSDKPrivate::sendCommand", spdlog::level::err), 1u);
+    EXPECT_EQ(logs.countAt("json ERROR! confsdk:OrvaneSDKPrivate::sendCommand", spdlog::level::err), 1u);
     sdk->sendCommand(ORVANE::CONF::UPDATEDEVICENAME, R"({"name":"Room 1"})");
     EXPECT_EQ(logs.count(kNoChannel), 1u);
 }
 
 TEST_F(NoTransport, StartconfRunsTheMachineEvenWithBadData) {
     sdk->sendCommand(ORVANE::CONF::STARTCONF, "this is not json");
-    EXPECT_TRUE(logs.has("json ERROR! confsdk:ORVANE::OrvaneSDKPrivate::parseConfinfo"));
+    EXPECT_TRUE(logs.has("json ERROR! confsdk:OrvaneSDKPrivate::parseConfinfo"));
     EXPECT_TRUE(logs.has("ConfSDK::sendCommand - STARTCONF, json data is null"));
     // A fresh machine stands in AVSTATE_INIT, where start_conf is not valid.
     EXPECT_TRUE(logs.has("ConfStateMachine: state=AVSTATE_INIT, start_conf enter"));
@@ -240,7 +238,7 @@ TEST(Identity, IsRunningByState) {
     const bool expected[10] = {false, false, false, true, true, false, false, true, true, true};
     for (int s = 0; s < 10; ++s) {
         h.setState(s);
-        EXPECT_EQ(h.sdk->isRunning(), expected[s]) << ORVANE::g_avStateNames[s];
+        EXPECT_EQ(h.sdk->isRunning(), expected[s]) << g_avStateNames[s];
     }
     EXPECT_TRUE(h.logs.has("  cur sts=AVSTATE_IN_MEETING, return ture;"));
     EXPECT_TRUE(h.logs.has("  cur sts=AVSTATE_IDLE, return false;"));

@@ -56,9 +56,9 @@ TEST(Logger, QualifiedFunctionNames) {
     using ORVANE::detail::qualifiedFunctionName;
     EXPECT_EQ(qualifiedFunctionName("void ORVANE::ConfSDK::sendCommand(const string&, const string&)"),
               "ORVANE::ConfSDK::sendCommand");
-    EXPECT_EQ(qualifiedFunctionName("uint64_t ORVANE::OrvaneSDKPrivate::add_timer_task(int64_t, "
+    EXPECT_EQ(qualifiedFunctionName("uint64_t OrvaneSDKPrivate::add_timer_task(int64_t, "
                                     "std::function<void(std::__cxx11::basic_string<char>)>, std::string)"),
-              "ORVANE::OrvaneSDKPrivate::add_timer_task");
+              "OrvaneSDKPrivate::add_timer_task");
     EXPECT_EQ(qualifiedFunctionName("ORVANE::ConfSDK::ConfSDK(const string&, const string&)"),
               "ORVANE::ConfSDK::ConfSDK");
     EXPECT_EQ(qualifiedFunctionName("std::vector<std::pair<int, int> >* ns::f<int>(int)"), "ns::f<int>");

@@ -152,7 +152,7 @@ TEST(StateFrame, CallIdFilterOnAcceptedAndError) {
                      json{{"signalHeader", {{"callId", 12}}}}, json::array()}) {
         h.logs.clear();
         EXPECT_EQ(m.on_recv_callsignal("ERROR", "INVITE", bad), STATE_INVALID);
-        EXPECT_EQ(h.logs.countAt("json ERROR! confsdk:ORVANE::ConfStateMachine::on_recv_callsignal, json error=",
+        EXPECT_EQ(h.logs.countAt("json ERROR! confsdk:ConfStateMachine::on_recv_callsignal, json error=",
                                  spdlog::level::err),
                   1u);
         EXPECT_FALSE(h.logs.has("new state="));

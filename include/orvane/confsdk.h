@@ -15,9 +15,9 @@ namespace spdlog {
 class logger;
 }
 
-namespace ORVANE {
-
 class OrvaneSDKPrivate;
+
+namespace ORVANE {
 
 // The library as the application sees it. Every member forwards to the one
 // central object of the process. The object lives until the process ends.
@@ -117,7 +117,7 @@ public:
     void DoInternalTaskMustCalledByUIThread();
 
 private:
-    OrvaneSDKPrivate* d;
+    ::OrvaneSDKPrivate* d;
 };
 
 class ORVANE_API OrvaneSDK_Factory {

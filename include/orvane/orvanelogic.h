@@ -6,9 +6,7 @@
 
 #include "orvane/export.h"
 
-namespace ORVANE {
 class OrvaneSDKPrivate;
-}
 
 // Meeting-control logic: the part that depends on the media platform.
 // The library never deletes it, so the destructor is not virtual and not public.
@@ -30,7 +28,7 @@ public:
         (void)data;
     }
     // Hands over the central object.
-    virtual void setConfptr(ORVANE::OrvaneSDKPrivate* conf) { (void)conf; }
+    virtual void setConfptr(OrvaneSDKPrivate* conf) { (void)conf; }
 
 protected:
     ~OrvaneLogic_Interface() = default;

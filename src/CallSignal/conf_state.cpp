@@ -6,7 +6,8 @@
 #include "logger.h"
 #include "orvane/vocabulary.h"
 
-namespace ORVANE {
+using namespace ORVANE;
+using json = nlohmann::json;
 
 const std::vector<std::string> g_avStateNames = {
     "AVSTATE_INIT",
@@ -192,4 +193,3 @@ ConfStateInMeeting::ConfStateInMeeting(ConfStateMachine* m) : machine(m) {
                      {"OK", "REGISTER"}, {"ERROR", "REGISTER"}, {"UPDATE", "UPDATE"}};
 }
 
-}  // namespace ORVANE

@@ -8,12 +8,8 @@
 #include <utility>
 #include <vector>
 
-namespace ORVANE {
-
 class OrvaneSDKPrivate;
 class ConfStateMachine;
-
-using json = nlohmann::json;
 
 enum AvState : int32_t {
     AVSTATE_INIT = 0,
@@ -41,7 +37,7 @@ class ConfStateBase {
 public:
     virtual ~ConfStateBase() = default;
     virtual int send_register() { return STATE_INVALID; }
-    virtual int on_recv_callsignal(const std::string& startline, const std::string& cseq, json& msg) {
+    virtual int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) {
         (void)startline;
         (void)cseq;
         (void)msg;
@@ -82,7 +78,7 @@ public:
     int on_avsdk_call_end();
     int on_avsdk_call_reconnecting();
     int on_recv_confinfo(const std::string& data);
-    int on_recv_callsignal(const std::string& startline, const std::string& cseq, json& msg);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg);
     bool check_server_msg_is_expect(const std::string& startline, const std::string& cseq);
 
     void set_cur_state_timeout_taskid(uint64_t id);
@@ -106,4 +102,3 @@ private:
     OrvaneSDKPrivate* sdk_;
 };
 
-}  // namespace ORVANE

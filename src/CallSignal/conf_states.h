@@ -2,8 +2,6 @@
 
 #include "conf_state.h"
 
-namespace ORVANE {
-
 // Before the device is registered with the call server.
 class ConfStateInit : public ConfStateBase {
 public:
@@ -74,4 +72,3 @@ public:
     ConfStateMachine* machine;
 };
 
-}  // namespace ORVANE

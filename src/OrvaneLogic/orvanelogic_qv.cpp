@@ -19,4 +19,4 @@ void OrvaneLogic_QV::onCtrlNotify(const std::string& type, const std::string& da
     (void)data;
 }
 
-void OrvaneLogic_QV::setConfptr(ORVANE::OrvaneSDKPrivate* c) { conf = c; }
+void OrvaneLogic_QV::setConfptr(OrvaneSDKPrivate* c) { conf = c; }

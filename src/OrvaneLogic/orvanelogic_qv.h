@@ -8,8 +8,8 @@
 // The empty variant: commands routed to the logic are dropped.
 class OrvaneLogic_AV : public OrvaneLogic_Interface {
 public:
-    void setConfptr(ORVANE::OrvaneSDKPrivate* c) override { conf = c; }
-    ORVANE::OrvaneSDKPrivate* conf = nullptr;
+    void setConfptr(OrvaneSDKPrivate* c) override { conf = c; }
+    OrvaneSDKPrivate* conf = nullptr;
 };
 
 // The working variant for the media platforms in use.
@@ -23,8 +23,8 @@ public:
     void sendCommand(const std::string& type, const std::string& data) override;
     void onCtrlCommand(const std::string& type, const std::string& data) override;
     void onCtrlNotify(const std::string& type, const std::string& data) override;
-    void setConfptr(ORVANE::OrvaneSDKPrivate* c) override;
+    void setConfptr(OrvaneSDKPrivate* c) override;
 
-    ORVANE::OrvaneSDKPrivate* conf = nullptr;
+    OrvaneSDKPrivate* conf = nullptr;
     std::thread controlThread;
 };

@@ -20,7 +20,7 @@ public:
     explicit Harness(const std::string& platform = "QV", ORVANE::SdkEnv env = {}) {
         if (!env.clock) env.clock = clock;
         env.processWide = false;
-        sdk = std::make_unique<ORVANE::OrvaneSDKPrivate>(platform, "", env);
+        sdk = std::make_unique<OrvaneSDKPrivate>(platform, "", env);
         sdk->setListener(&app);
         sdk->setMediaServiceListener(&app);
         sdk->setOrvaneTrans(&trans);
@@ -69,7 +69,7 @@ public:
     FakeTransport trans;
     FakeEngine engine;
     AppListener app;
-    std::unique_ptr<ORVANE::OrvaneSDKPrivate> sdk;
+    std::unique_ptr<OrvaneSDKPrivate> sdk;
 };
 
 }  // namespace orvtest
