@@ -132,11 +132,6 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
     }
 }
 
-std::string OrvaneSDKPrivate::checkSyncCommand(const std::string& data) {
-    (void)data;
-    return {};
-}
-
 // ---------------------------------------------------------------------------
 // Listeners and services
 
@@ -177,22 +172,14 @@ void OrvaneSDKPrivate::notifyAvListener(const std::string& group, const std::str
     CallLock::deliver([l, group, cmd, data] { l->onNotify(group, cmd, data); });
 }
 
+void OrvaneSDKPrivate::continueAfterDeliveries(std::function<void()> step) {
+    CallLock::deliver([this, step = std::move(step)] {
+        CallLock lock(callMutex_);
+        step();
+    });
+}
+
 std::string OrvaneSDKPrivate::errMsgFromId(const std::string& id) { return trans ? trans->getErrMsgFromId(id) : ""; }
-
-void OrvaneSDKPrivate::onCtrlCommand(const std::string& type, const std::string& json) {
-    CallLock lock(callMutex_);
-    replyConf(type, json);
-}
-
-void OrvaneSDKPrivate::onCtrlNotify(const std::string& type, const std::string& json) {
-    CallLock lock(callMutex_);
-    notifyConf(type, json);
-}
-
-void OrvaneSDKPrivate::onNotify(std::string group, std::string cmd, std::string data) {
-    CallLock lock(callMutex_);
-    notifyAvListener(group, cmd, data);
-}
 
 // ---------------------------------------------------------------------------
 // Media service life cycle

@@ -125,9 +125,50 @@ public:
     // Ends the call's data: the record, the status flags and the endpoint cache.
     void resetConference();
 
-    // Status synchronisation: the request to send for "confSyncdata", or an
-    // empty text to send the application's own.
+    // Status synchronisation.
+    int syncAllCacheStatusFromAVSDK();
+    // The request to send for "confSyncdata", or an empty text to send the
+    // application's own.
     std::string checkSyncCommand(const std::string& data);
+    nlohmann::json getControlPanel(const nlohmann::json& endpoints);
+    // Hands a control panel of these endpoints to the portal reporter.
+    void reportControlPanel(const nlohmann::json& endpoints);
+
+    // Server replies and events.
+    int onJoinMsgMyOwn(const nlohmann::json& event);
+    void callH323device(const std::string& deviceName, const std::string& deviceIp, const std::string& deviceType,
+                        const std::string& cmdId);
+
+    // The media engine's notifications.
+    bool av_notification_filter(const std::string& group, const std::string& cmd, std::string& data);
+    void _av_login();
+    bool avfilter_ignore(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onSdkReady(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onLogin(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCallEnd(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onEndReason(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCallConnected(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCallFailed(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCallStatusChanged(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onUserAudioStatusChange(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onUserVideoStatusChange(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onHostChangeNotification(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCoHostChangeNotification(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onHostRequestStartAudio(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onHostRequestStartVideo(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onActiveSpeakerVideoUserChanged(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onActiveVideoUserChanged(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onComputerCamDeviceChanged(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onComputerMicDeviceChanged(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onCloudRecordingStatus(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onMeetingLocked(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onSharingStatus(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onUserJoin(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onUserLeft(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onH323DeviceJoin(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onEndMeetingBtnClicked(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onInviteBtnClicked(const std::string& group, const std::string& cmd, std::string& data);
+    bool onH323CalloutStatusNotifyConfSdk(const std::string& group, const std::string& cmd, std::string& data);
 
     // Timed tasks of the state machine.
     uint64_t add_timer_task(int64_t seconds, std::function<void(std::string)> callback, std::string arg);
@@ -138,6 +179,9 @@ public:
     void notifyConf(const std::string& type, const std::string& data);
     void replyConf(const std::string& type, const std::string& data);
     void notifyAvListener(const std::string& group, const std::string& cmd, const std::string& data);
+    // Runs `step` under the call lock again once the notifications made so
+    // far on this thread have reached the application.
+    void continueAfterDeliveries(std::function<void()> step);
     // The transport's text for an error id; empty without a transport.
     std::string errMsgFromId(const std::string& id);
 
@@ -198,6 +242,15 @@ public:
 
 private:
     ORVANE::AVSDK* getMediaServiceQuiet();
+    // The kinds of server event.
+    void onConfManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onParticipantJoin(const std::string& type, nlohmann::json& args);
+    void onParticipantLeave(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onAutonomyEvent(nlohmann::json& args);
+    void onCallmasterControl(nlohmann::json& args);
+    void onDeviceManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onDeviceRegister(const nlohmann::json& event);
+    void onCallSignal(nlohmann::json& args);
     void storeCallId(const std::string& id);
     void sendSignal(const char* type, const std::string& text);
 
@@ -207,6 +260,13 @@ private:
 };
 
 namespace ORVANE {
+
+// The engine's password arrives in base64: a new NUL-terminated buffer of
+// the decoded bytes, to be released with free(). Decoding stops at the first
+// "=" or character outside the standard alphabet. Null when out of memory.
+char* base64Decode(const char* text, int length);
+// The number of engine events the filter has a handler for.
+size_t avNotifyHandlerCount();
 
 // The central object of the process, for code that has no ConfSDK at hand.
 // Set by the ConfSDK constructor.

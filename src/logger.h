@@ -50,5 +50,7 @@ private:
 #define ORV_FUNCTION_NAME (::ORVANE::detail::qualifiedFunctionName(__PRETTY_FUNCTION__))
 
 // The one form of a JSON error, in every catch.
-#define LOG_JSON_ERROR(what, data) \
-    LOG_ERROR("json ERROR! confsdk:{}, json error={}, data={}", ORV_FUNCTION_NAME, (what), (data))
+#define LOG_JSON_ERROR(what, data) LOG_JSON_ERROR_AT(ORV_FUNCTION_NAME, what, data)
+// The same, for a helper that reports in the name of its caller.
+#define LOG_JSON_ERROR_AT(where, what, data) \
+    LOG_ERROR("json ERROR! confsdk:{}, json error={}, data={}", (where), (what), (data))

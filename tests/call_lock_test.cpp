@@ -33,6 +33,7 @@ TEST(CallLock, DeliveriesWaitForTheOutermostRelease) {
 }
 
 TEST(CallLock, CallbacksDoNotNestAndExceptionsStop) {
+    LogCapture logs;
     std::recursive_mutex mutex;
     std::vector<std::string> seen;
     int depth = 0;
@@ -55,6 +56,7 @@ TEST(CallLock, CallbacksDoNotNestAndExceptionsStop) {
         });
     }
     EXPECT_EQ(seen, (std::vector<std::string>{"first", "second", "third"}));
+    EXPECT_TRUE(logs.has("listener fault"));
 }
 
 TEST(CallLock, ListenerMayCallBackFromAnyThread) {

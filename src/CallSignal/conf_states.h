@@ -6,6 +6,7 @@
 class ConfStateInit : public ConfStateBase {
 public:
     explicit ConfStateInit(ConfStateMachine* m);
+    int send_register() override;
     ConfStateMachine* machine;
 };
 
@@ -13,6 +14,7 @@ public:
 class ConfStateWaitRegOK : public ConfStateBase {
 public:
     explicit ConfStateWaitRegOK(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
     ConfStateMachine* machine;
 };
 
@@ -20,6 +22,9 @@ public:
 class ConfStateIdle : public ConfStateBase {
 public:
     explicit ConfStateIdle(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int start_conf() override;
+    int leave_conf() override;
     ConfStateMachine* machine;
 };
 

@@ -1,0 +1,150 @@
+#include "sim_engine.h"
+
+#include <nlohmann/json.hpp>
+
+namespace orvsim {
+
+using json = nlohmann::json;
+
+SimEngine::SimEngine() : SimEngine(Options{}) {}
+
+SimEngine::SimEngine(Options options) : options_(options), thread_([this] { run(); }) {}
+
+SimEngine::~SimEngine() {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stopping_ = true;
+    }
+    cv_.notify_all();
+    thread_.join();
+}
+
+void SimEngine::install(SimEngine* engine) {
+    if (engine == nullptr) {
+        ORVANE::AVSDK_Factory::setCreator(nullptr);
+        return;
+    }
+    ORVANE::AVSDK_Factory::setCreator([engine](const std::string&, const std::string&) { return engine; });
+}
+
+void SimEngine::setTrace(std::function<void(const std::string&, const std::string&)> trace) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    trace_ = std::move(trace);
+}
+
+void SimEngine::trace(const std::string& op, const std::string& detail) {
+    std::function<void(const std::string&, const std::string&)> t;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        t = trace_;
+    }
+    if (t) t(op, detail);
+}
+
+int SimEngine::setListener(ORVANE::AVSDK::Listener* listener) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    listener_ = listener;
+    return 0;
+}
+
+int SimEngine::init(const std::string& initPara) {
+    trace("init", initPara);
+    notifySoon("AuthServiceEvent", "onSdkReady", json{{"result", options_.initResult}}.dump());
+    return 0;
+}
+
+int SimEngine::login(const std::string& user, const std::string& password) {
+    trace("login", user);
+    (void)password;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (options_.loginResult == 0) user_ = user;
+    }
+    notifySoon("AuthServiceEvent", "onLogin", json{{"result", options_.loginResult}}.dump());
+    return 0;
+}
+
+int SimEngine::logout() {
+    trace("logout");
+    std::lock_guard<std::mutex> lock(mutex_);
+    user_.clear();
+    return 0;
+}
+
+bool SimEngine::isHostUser() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return host_;
+}
+
+int SimEngine::getUserList(ORVANE::AvUserMap& out) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    out = users_;
+    return 0;
+}
+
+void SimEngine::setHost(bool host) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    host_ = host;
+}
+
+void SimEngine::addUser(const std::string& userid, const ORVANE::AvUserInfo& info) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    users_[userid] = info;
+}
+
+void SimEngine::removeUser(const std::string& userid) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    users_.erase(userid);
+}
+
+std::string SimEngine::loggedInUser() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return user_;
+}
+
+void SimEngine::notifySoon(const std::string& group, const std::string& cmd, const std::string& data) {
+    notifyLater(group, cmd, data, options_.delay);
+}
+
+void SimEngine::notifyLater(const std::string& group, const std::string& cmd, const std::string& data,
+                            std::chrono::milliseconds delay) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        pending_.push({std::chrono::steady_clock::now() + delay, seq_++, group, cmd, data});
+    }
+    cv_.notify_all();
+}
+
+bool SimEngine::idle(std::chrono::milliseconds timeout) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return cv_.wait_for(lock, timeout, [this] { return pending_.empty() && delivering_ == 0; });
+}
+
+void SimEngine::run() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        if (stopping_) return;
+        if (pending_.empty()) {
+            cv_.wait(lock);
+            continue;
+        }
+        const auto due = pending_.top().due;
+        if (std::chrono::steady_clock::now() < due) {
+            cv_.wait_until(lock, due);
+            continue;
+        }
+        Pending next = pending_.top();
+        pending_.pop();
+        ORVANE::AVSDK::Listener* listener = listener_;
+        ++delivering_;
+        // The library is called without the engine's lock, as a real engine
+        // would: it may call back into the engine at once.
+        lock.unlock();
+        if (listener) listener->onNotify(next.group, next.cmd, next.data);
+        lock.lock();
+        --delivering_;
+        cv_.notify_all();
+    }
+}
+
+}  // namespace orvsim

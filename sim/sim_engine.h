@@ -1,0 +1,87 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <queue>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "orvane/avsdk.h"
+
+namespace orvsim {
+
+// A media engine that behaves like a real one, without media: it answers on
+// a thread of its own after a short delay, keeps the meeting's user list,
+// and reports what a real engine would report. Programs install it with
+// SimEngine::install, which hands it to the library through AVSDK_Factory.
+class SimEngine : public ORVANE::AVSDKBase {
+public:
+    struct Options {
+        std::chrono::milliseconds delay{20};  // between a call and its answer
+        int loginResult = 0;                  // "result" of onLogin
+        int initResult = 0;                   // "result" of onSdkReady
+    };
+
+    SimEngine();
+    explicit SimEngine(Options options);
+    ~SimEngine() override;
+
+    // Makes this engine the one AVSDK_Factory gives out; null removes it.
+    static void install(SimEngine* engine);
+
+    // AVSDK
+    int setListener(ORVANE::AVSDK::Listener* listener) override;
+    int init(const std::string& initPara) override;
+    int login(const std::string& user, const std::string& password) override;
+    int logout() override;
+    bool isHostUser() override;
+    int getUserList(ORVANE::AvUserMap& out) override;
+
+    // The simulator's own controls.
+    void setHost(bool host);
+    void addUser(const std::string& userid, const ORVANE::AvUserInfo& info);
+    void removeUser(const std::string& userid);
+    // Sends a notification from the engine's thread after `delay`.
+    void notifyLater(const std::string& group, const std::string& cmd, const std::string& data,
+                     std::chrono::milliseconds delay);
+    // Waits until every notification sent so far has been delivered.
+    bool idle(std::chrono::milliseconds timeout = std::chrono::seconds(5));
+    std::string loggedInUser() const;
+
+    // Told of every operation the library calls, with a short description.
+    void setTrace(std::function<void(const std::string& op, const std::string& detail)> trace);
+
+protected:
+    void trace(const std::string& op, const std::string& detail = "");
+    void notifySoon(const std::string& group, const std::string& cmd, const std::string& data);
+
+    mutable std::mutex mutex_;
+    Options options_;
+    ORVANE::AvUserMap users_;
+    bool host_ = true;
+    std::string user_;
+
+private:
+    struct Pending {
+        std::chrono::steady_clock::time_point due;
+        uint64_t seq;
+        std::string group, cmd, data;
+        bool operator>(const Pending& o) const { return due != o.due ? due > o.due : seq > o.seq; }
+    };
+    void run();
+
+    ORVANE::AVSDK::Listener* listener_ = nullptr;
+    std::function<void(const std::string&, const std::string&)> trace_;
+    std::priority_queue<Pending, std::vector<Pending>, std::greater<Pending>> pending_;
+    uint64_t seq_ = 0;
+    int delivering_ = 0;
+    bool stopping_ = false;
+    std::condition_variable cv_;
+    std::thread thread_;
+};
+
+}  // namespace orvsim
