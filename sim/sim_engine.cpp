@@ -71,6 +71,115 @@ int SimEngine::logout() {
     return 0;
 }
 
+int SimEngine::join(const std::string& meetingNumber, const std::string& passcode, const std::string& displayName) {
+    trace("join", meetingNumber + " as " + displayName);
+    (void)passcode;
+    JoinPlan plan;
+    std::string userid;
+    bool host;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        plan = plan_;
+        plan_ = JoinPlan{};
+        if (plan.refuse != 0) return plan.refuse;
+        meeting_ = meetingNumber;
+        if (plan.silent) return 0;
+        userid = std::to_string(nextUserId_++);
+        host = host_;
+        if (plan.failReason.empty()) {
+            // Moving to another meeting drops the old identity.
+            if (!myUserId_.empty()) users_.erase(myUserId_);
+            myUserId_ = userid;
+            inMeeting_ = true;
+            ORVANE::AvUserInfo me;
+            me.isHost = host;
+            me.name = displayName;
+            users_[userid] = me;
+        }
+    }
+    auto after = options_.delay;
+    if (!plan.waitingStatus.empty()) {
+        notifyLater("MeetingServiceEvent", "onCallStatusChanged", json{{"status", plan.waitingStatus}}.dump(), after);
+        after += plan.waitFor;
+    }
+    if (!plan.failReason.empty()) {
+        json failed = {{"reason", plan.failReason}};
+        if (plan.failResult != 0) failed["result"] = plan.failResult;
+        notifyLater("MeetingServiceEvent", "onCallFailed", failed.dump(), after);
+        return 0;
+    }
+    notifyLater("MeetingServiceEvent", "onCallConnected", json{{"userid", userid}, {"is_host", host}}.dump(), after);
+    return 0;
+}
+
+int SimEngine::leave() {
+    trace("leave");
+    std::string reason;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!inMeeting_) return 0;
+        reason = endReason_;
+    }
+    reportEnd(reason);
+    return 0;
+}
+
+int SimEngine::endMeeting() {
+    trace("endMeeting");
+    std::string reason;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!inMeeting_) return 0;
+        reason = endReason_;
+    }
+    reportEnd(reason);
+    return 0;
+}
+
+int SimEngine::setConfSignal(const std::string& signalJson) {
+    trace("setConfSignal", signalJson);
+    return 0;
+}
+
+void SimEngine::endCall(const std::string& reason) { reportEnd(reason); }
+
+void SimEngine::reportEnd(const std::string& reason) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        inMeeting_ = false;
+        meeting_.clear();
+        if (!myUserId_.empty()) users_.erase(myUserId_);
+        myUserId_.clear();
+    }
+    notifySoon("MeetingServiceEvent", "onEndReason", json{{"reason", reason}}.dump());
+    notifySoon("MeetingServiceEvent", "onCallEnd", json{{"result", 0}}.dump());
+}
+
+void SimEngine::planNextJoin(const JoinPlan& plan) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    plan_ = plan;
+}
+
+void SimEngine::setEndReason(const std::string& reason) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    endReason_ = reason;
+}
+
+bool SimEngine::inMeeting() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return inMeeting_;
+}
+
+std::string SimEngine::meetingNumber() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return meeting_;
+}
+
+std::string SimEngine::myUserId() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return myUserId_;
+}
+
 bool SimEngine::isHostUser() {
     std::lock_guard<std::mutex> lock(mutex_);
     return host_;

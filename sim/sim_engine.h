@@ -26,6 +26,16 @@ public:
         int initResult = 0;                   // "result" of onSdkReady
     };
 
+    // How the next join goes.
+    struct JoinPlan {
+        int refuse = 0;             // non-zero: join() returns it and nothing follows
+        bool silent = false;        // the join starts and the engine never answers
+        std::string waitingStatus;  // "MEETING_STATUS_IN_WAITING_ROOM" or "MEETING_STATUS_WAITINGFORHOST" first
+        std::chrono::milliseconds waitFor{0};  // how long the waiting status lasts
+        std::string failReason;     // non-empty: "onCallFailed" with this reason instead of connecting
+        int failResult = 0;         // its "result"
+    };
+
     SimEngine();
     explicit SimEngine(Options options);
     ~SimEngine() override;
@@ -38,11 +48,24 @@ public:
     int init(const std::string& initPara) override;
     int login(const std::string& user, const std::string& password) override;
     int logout() override;
+    int join(const std::string& meetingNumber, const std::string& passcode, const std::string& displayName) override;
+    int leave() override;
+    int endMeeting() override;
+    int setConfSignal(const std::string& signalJson) override;
     bool isHostUser() override;
     int getUserList(ORVANE::AvUserMap& out) override;
 
     // The simulator's own controls.
     void setHost(bool host);
+    // Applies to the next join only; later joins succeed plainly again.
+    void planNextJoin(const JoinPlan& plan);
+    // The engine ends the call by itself, with this end reason first.
+    void endCall(const std::string& reason);
+    // The reason reported when the call ends by leave() or endMeeting().
+    void setEndReason(const std::string& reason);
+    bool inMeeting() const;
+    std::string meetingNumber() const;
+    std::string myUserId() const;
     void addUser(const std::string& userid, const ORVANE::AvUserInfo& info);
     void removeUser(const std::string& userid);
     // Sends a notification from the engine's thread after `delay`.
@@ -57,6 +80,8 @@ public:
 
 protected:
     void trace(const std::string& op, const std::string& detail = "");
+    // "onEndReason" then "onCallEnd", and the local user leaves the list.
+    void reportEnd(const std::string& reason);
     void notifySoon(const std::string& group, const std::string& cmd, const std::string& data);
 
     mutable std::mutex mutex_;
@@ -64,6 +89,12 @@ protected:
     ORVANE::AvUserMap users_;
     bool host_ = true;
     std::string user_;
+    JoinPlan plan_;
+    bool inMeeting_ = false;
+    std::string meeting_;
+    std::string myUserId_;
+    std::string endReason_ = "EndMeetingReason_None";
+    uint64_t nextUserId_ = 16778240;
 
 private:
     struct Pending {

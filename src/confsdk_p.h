@@ -139,6 +139,13 @@ public:
     void callH323device(const std::string& deviceName, const std::string& deviceIp, const std::string& deviceType,
                         const std::string& cmdId);
 
+    // The end of a meeting, and why.
+    int onCtrlNotify_send_bye_reason(const std::string& server_reason, const std::string& av_reason);
+    void mapMeetingFailReason(const std::string& reason, std::string& code, std::string& errMsg);
+    bool isHostInMeeting();
+    // Stops the call-out timer of the meeting, if one runs.
+    void stopH323Timer();
+
     // The media engine's notifications.
     bool av_notification_filter(const std::string& group, const std::string& cmd, std::string& data);
     void _av_login();

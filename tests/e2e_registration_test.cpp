@@ -9,26 +9,11 @@
 #include "log_capture_public.h"
 #include "server_events.h"
 #include "sim_engine.h"
+#include "ui_thread.h"
 
 using namespace orvtest;
 
 namespace {
-
-// Plays the application's UI thread: runs one queued engine call for every
-// notification that asked for it.
-struct UiThread {
-    explicit UiThread(ORVANE::ConfSDK* sdk, AppListener& app) : sdk(sdk), app(app) {}
-    void pump() {
-        const size_t asked = app.count(ORVANE::CONFNOTIFY::DO_INTERNAL_TASK_MUST_IN_UI_THREAD);
-        while (ran < asked) {
-            sdk->DoInternalTaskMustCalledByUIThread();
-            ++ran;
-        }
-    }
-    ORVANE::ConfSDK* sdk;
-    AppListener& app;
-    size_t ran = 0;
-};
 
 std::vector<std::string> types(const std::vector<AppEvent>& events) {
     std::vector<std::string> out;

@@ -25,7 +25,8 @@ public:
 
 // One test: the process's single instance is created once.
 TEST(Factory, OneInstancePerProcess) {
-    std::ostringstream out;
+    // The library and its threads outlive the test: so must the log's stream.
+    static std::ostringstream out;
     auto logger = std::make_shared<spdlog::logger>("factory", std::make_shared<spdlog::sinks::ostream_sink_mt>(out));
     logger->set_level(spdlog::level::trace);
 

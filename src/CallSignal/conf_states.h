@@ -2,6 +2,8 @@
 
 #include "conf_state.h"
 
+#include <functional>
+
 // Before the device is registered with the call server.
 class ConfStateInit : public ConfStateBase {
 public:
@@ -32,6 +34,7 @@ public:
 class ConfStateActive_WaitInviteResult : public ConfStateBase {
 public:
     explicit ConfStateActive_WaitInviteResult(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
     ConfStateMachine* machine;
 };
 
@@ -39,6 +42,11 @@ public:
 class ConfStateActive_WaitAvUserid : public ConfStateBase {
 public:
     explicit ConfStateActive_WaitAvUserid(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int on_avsdk_join_ok() override;
+    int on_avsdk_call_failed() override;
+    int on_avsdk_call_end() override;
+    int leave_conf() override;
     ConfStateMachine* machine;
 };
 
@@ -74,6 +82,16 @@ public:
 class ConfStateInMeeting : public ConfStateBase {
 public:
     explicit ConfStateInMeeting(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int on_avsdk_join_ok() override;
+    int on_avsdk_call_failed() override;
+    int on_avsdk_call_reconnecting() override;
+    int on_avsdk_call_end() override;
+    int leave_conf() override;
     ConfStateMachine* machine;
 };
 
+
+// What a client in the lobby does when the user closes the lobby window:
+// end the call as if the engine had ended it, then say BYE.
+std::function<void()> lobbyCloseAction(OrvaneSDKPrivate* sdk);

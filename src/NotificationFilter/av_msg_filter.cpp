@@ -166,11 +166,6 @@ bool OrvaneSDKPrivate::avfilter_onLogin(const std::string&, const std::string&, 
 // until then the event passes on unchanged.
 #define ORVANE_PASSING_HANDLER(NAME) \
     bool OrvaneSDKPrivate::NAME(const std::string&, const std::string&, std::string&) { return true; }
-ORVANE_PASSING_HANDLER(avfilter_onCallEnd)
-ORVANE_PASSING_HANDLER(avfilter_onEndReason)
-ORVANE_PASSING_HANDLER(avfilter_onCallConnected)
-ORVANE_PASSING_HANDLER(avfilter_onCallFailed)
-ORVANE_PASSING_HANDLER(avfilter_onCallStatusChanged)
 ORVANE_PASSING_HANDLER(avfilter_onUserAudioStatusChange)
 ORVANE_PASSING_HANDLER(avfilter_onUserVideoStatusChange)
 ORVANE_PASSING_HANDLER(avfilter_onHostChangeNotification)
@@ -187,7 +182,5 @@ ORVANE_PASSING_HANDLER(avfilter_onSharingStatus)
 ORVANE_PASSING_HANDLER(avfilter_onUserJoin)
 ORVANE_PASSING_HANDLER(avfilter_onUserLeft)
 ORVANE_PASSING_HANDLER(avfilter_onH323DeviceJoin)
-ORVANE_PASSING_HANDLER(avfilter_onEndMeetingBtnClicked)
-ORVANE_PASSING_HANDLER(avfilter_onInviteBtnClicked)
 ORVANE_PASSING_HANDLER(onH323CalloutStatusNotifyConfSdk)
 #undef ORVANE_PASSING_HANDLER
