@@ -117,3 +117,72 @@ TEST(EndToEndCall, TheEngineFailsTheJoin) {
     EXPECT_EQ(signalIn(c.trans.last())["startLine"]["statusCode"]["code"], 503);
     EXPECT_FALSE(c.sdk->getConfControlService().isRunning());
 }
+
+TEST(EndToEndCall, IncomingCallTakenAndEndedByTheServer) {
+    ASSERT_EQ(ORVANE::OrvaneSDK_Factory::getInstance(), nullptr) << "each test needs a process of its own";
+    Client c;
+    // The server calls: INVITE in idle.
+    const std::string serverCallId = "5e7e0000-1111-4222-8333-444455556666";
+    json invite = callSignal("INVITE", "INVITE", serverCallId, {{"conferenceId", "conf-7"},
+                                                                {"externalDialNumber", "99007"}});
+    invite["signalHeader"]["from"]["dialNumber"] = "8007";
+    deliverEvent(c.trans, "callmaster_event", invite);
+
+    // The conference query on the wire, and its reply.
+    EXPECT_EQ(c.trans.last(),
+              R"({"id":"confinfo_by_dialnum","method":"quelmar","msg":"method","params":[{"payload":"null",)"
+              R"("type":"get","url":"/api/quelmar/confmgr/2.0/conference/dialnumber/8007"}]})");
+    c.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{"conferenceId":"conf-7",)"
+                    R"("conferenceDialNumber":"8007","subject":"Weekly"}})");
+
+    // The application is asked, and takes the call with what it was shown.
+    auto asks = c.app.ofType("0/confmanager_event");
+    ASSERT_EQ(asks.size(), 1u);
+    const json shown = json::parse(asks[0].data)[0];
+    EXPECT_EQ(shown["event"], "confsdknotify_recv_invite");
+    EXPECT_EQ(shown["subject"], "Weekly");
+    EXPECT_EQ(shown["dispname"], "Room A");
+    c.trans.clear();
+    c.sdk->sendCommand("startconf", shown.dump());
+
+    // The engine joins; ACCEPTED carries the server's call id and the engine's id.
+    ASSERT_TRUE(c.ui.until("MeetingServiceEvent/onCallConnected"));
+    EXPECT_EQ(c.engine.meetingNumber(), "99007");
+    const json accepted = signalIn(c.trans.sent().at(0));
+    EXPECT_EQ(accepted["startLine"]["command"], "ACCEPTED");
+    EXPECT_EQ(accepted["signalHeader"]["callId"], serverCallId);
+    EXPECT_EQ(accepted["signalBody"]["externalGuid"], c.engine.myUserId());
+
+    // ACK: in the meeting.
+    json ack = accepted;
+    ack["startLine"]["command"] = "ACK";
+    ack["signalHeader"]["cseq"] = "123456789 ACK";
+    deliverEvent(c.trans, "callmaster_event", ack);
+    EXPECT_TRUE(c.logs.has("new state=AVSTATE_IN_MEETING"));
+    EXPECT_TRUE(c.sdk->getConfControlService().isRunning());
+
+    // The server ends it: the engine leaves, the application hears why.
+    json bye = callSignal("BYE", "BYE", serverCallId, {{"conferenceId", "conf-7"},
+                                                      {"signalMessage", {{"messageCode", "CONF_END_BY_HOST"}}}});
+    deliverEvent(c.trans, "callmaster_event", bye);
+    ASSERT_TRUE(c.ui.until("MeetingServiceEvent/onCallEnd"));
+    ASSERT_EQ(c.app.count("confsdknotify_event_reason"), 1u);
+    EXPECT_EQ(json::parse(c.app.ofType("confsdknotify_event_reason")[0].data)["reason"], "CONF_END_BY_HOST");
+    EXPECT_FALSE(c.sdk->getConfControlService().isRunning());
+    EXPECT_FALSE(c.engine.inMeeting());
+}
+
+TEST(EndToEndCall, IncomingCallRejected) {
+    ASSERT_EQ(ORVANE::OrvaneSDK_Factory::getInstance(), nullptr) << "each test needs a process of its own";
+    Client c;
+    json invite = callSignal("INVITE", "INVITE", "srv-1", {{"externalDialNumber", "99007"}});
+    deliverEvent(c.trans, "callmaster_event", invite);
+    c.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{}})");
+    ASSERT_EQ(c.app.count("0/confmanager_event"), 1u);
+    c.sdk->sendCommand("rejectconf", "");
+    const json declined = signalIn(c.trans.last());
+    EXPECT_EQ(declined["startLine"]["statusCode"]["code"], 603);
+    EXPECT_EQ(declined["signalHeader"]["callId"], "srv-1");
+    EXPECT_FALSE(c.sdk->getConfControlService().isRunning());
+    EXPECT_FALSE(c.engine.inMeeting());
+}

@@ -54,6 +54,8 @@ public:
 class ConfStatePassive_WaitConfInfo : public ConfStateBase {
 public:
     explicit ConfStatePassive_WaitConfInfo(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int on_recv_confinfo(const std::string& data) override;
     ConfStateMachine* machine;
 };
 
@@ -61,6 +63,9 @@ public:
 class ConfStatePassive_WaitUserConfirm : public ConfStateBase {
 public:
     explicit ConfStatePassive_WaitUserConfirm(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int start_conf() override;
+    int reject_conf() override;
     ConfStateMachine* machine;
 };
 
@@ -68,6 +73,11 @@ public:
 class ConfStatePassive_WaitAvUserid : public ConfStateBase {
 public:
     explicit ConfStatePassive_WaitAvUserid(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
+    int on_avsdk_join_ok() override;
+    int on_avsdk_call_failed() override;
+    int on_avsdk_call_end() override;
+    int leave_conf() override;
     ConfStateMachine* machine;
 };
 
@@ -75,6 +85,7 @@ public:
 class ConfStatePassive_WaitAck : public ConfStateBase {
 public:
     explicit ConfStatePassive_WaitAck(ConfStateMachine* m);
+    int on_recv_callsignal(const std::string& startline, const std::string& cseq, nlohmann::json& msg) override;
     ConfStateMachine* machine;
 };
 
