@@ -105,7 +105,12 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
         else
             LOG_ERROR("ERROR! getMediaService return null, please call initMediaService first.\n");
     } else if (isLogicCommand(type)) {
-        logic->sendCommand(type, data);
+        try {
+            logic->sendCommand(type, data);
+        } catch (const json::exception& e) {
+            // A value of the wrong type in the application's data.
+            LOG_JSON_ERROR(e.what(), data);
+        }
     } else if (type == CONF::ENDPOINTS) {
         const json j = CtrlSDKUtils::parseQuiet(data);
         if (!j.is_object() || !j.contains("confid")) return;
