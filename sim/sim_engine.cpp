@@ -143,6 +143,112 @@ int SimEngine::setConfSignal(const std::string& signalJson) {
 
 void SimEngine::endCall(const std::string& reason) { reportEnd(reason); }
 
+int SimEngine::setAudio(const std::vector<std::string>& userids, bool muted) {
+    json changes = json::array();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& id : userids) {
+            auto it = users_.find(id);
+            if (it == users_.end()) continue;
+            it->second.audioMuted = muted;
+            changes.push_back({{"userid", id}, {"audio_status", muted ? "Audio_Muted" : "Audio_UnMuted"}});
+        }
+    }
+    if (!changes.empty())
+        notifySoon("MeetingServiceEvent", "onUserAudioStatusChange", json{{"change_list", changes}}.dump());
+    return 0;
+}
+
+int SimEngine::setVideo(const std::string& userid, bool muted) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = users_.find(userid);
+        if (it == users_.end()) return -1;
+        it->second.videoMuted = muted;
+    }
+    notifySoon("MeetingServiceEvent", "onUserVideoStatusChange", json{{"userid", userid}, {"muted", muted}}.dump());
+    return 0;
+}
+
+int SimEngine::muteLocalAudio() {
+    trace("muteLocalAudio");
+    return setAudio({myUserId()}, true);
+}
+
+int SimEngine::unmuteLocalAudio() {
+    trace("unmuteLocalAudio");
+    return setAudio({myUserId()}, false);
+}
+
+bool SimEngine::canUnmuteByMyself() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return selfUnmuteAllowed_;
+}
+
+int SimEngine::muteAllAudio(bool allowUnmute) {
+    trace("muteAllAudio", allowUnmute ? "self-unmute allowed" : "self-unmute not allowed");
+    std::vector<std::string> others;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        selfUnmuteAllowed_ = allowUnmute;
+        for (const auto& u : users_)
+            if (u.first != myUserId_) others.push_back(u.first);
+    }
+    return setAudio(others, true);
+}
+
+int SimEngine::unmuteAllAudio() {
+    trace("unmuteAllAudio");
+    std::vector<std::string> all;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        selfUnmuteAllowed_ = true;
+        for (const auto& u : users_) all.push_back(u.first);
+    }
+    return setAudio(all, false);
+}
+
+int SimEngine::muteAudio(const std::string& userid, bool allowUnmute) {
+    trace("muteAudio", userid);
+    (void)allowUnmute;
+    return setAudio({userid}, true);
+}
+
+int SimEngine::unmuteAudio(const std::string& userid) {
+    trace("unmuteAudio", userid);
+    return setAudio({userid}, false);
+}
+
+int SimEngine::muteVideo(const std::string& userid) {
+    trace("muteVideo", userid);
+    return setVideo(userid, true);
+}
+
+int SimEngine::unmuteVideo(const std::string& userid) {
+    trace("unmuteVideo", userid);
+    return setVideo(userid, false);
+}
+
+int SimEngine::lockMeeting(bool lock) {
+    trace("lockMeeting", lock ? "on" : "off");
+    notifySoon("MeetingServiceEvent", "onMeetingLocked", json{{"lock", lock}}.dump());
+    return 0;
+}
+
+int SimEngine::setHost(const std::string& userid) {
+    trace("setHost", userid);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = users_.find(userid);
+        if (it == users_.end()) return -1;
+        for (auto& u : users_) u.second.isHost = false;
+        it->second.isHost = true;
+        host_ = userid == myUserId_;
+    }
+    notifySoon("MeetingServiceEvent", "onHostChangeNotification", json{{"new_host_userid", userid}}.dump());
+    return 0;
+}
+
 void SimEngine::reportEnd(const std::string& reason) {
     {
         std::lock_guard<std::mutex> lock(mutex_);

@@ -53,6 +53,19 @@ public:
     int endMeeting() override;
     int setConfSignal(const std::string& signalJson) override;
     bool isHostUser() override;
+    // Meeting controls: each takes effect in the user list and is reported
+    // back as the engine's status notification.
+    int muteLocalAudio() override;
+    int unmuteLocalAudio() override;
+    bool canUnmuteByMyself() override;
+    int muteAllAudio(bool allowUnmute) override;
+    int unmuteAllAudio() override;
+    int muteAudio(const std::string& userid, bool allowUnmute) override;
+    int unmuteAudio(const std::string& userid) override;
+    int muteVideo(const std::string& userid) override;
+    int unmuteVideo(const std::string& userid) override;
+    int lockMeeting(bool lock) override;
+    int setHost(const std::string& userid) override;
     int getUserList(ORVANE::AvUserMap& out) override;
 
     // The simulator's own controls.
@@ -82,6 +95,9 @@ protected:
     void trace(const std::string& op, const std::string& detail = "");
     // "onEndReason" then "onCallEnd", and the local user leaves the list.
     void reportEnd(const std::string& reason);
+    // Sets the audio state of users and reports it as one change list.
+    int setAudio(const std::vector<std::string>& userids, bool muted);
+    int setVideo(const std::string& userid, bool muted);
     void notifySoon(const std::string& group, const std::string& cmd, const std::string& data);
 
     mutable std::mutex mutex_;
@@ -94,6 +110,7 @@ protected:
     std::string meeting_;
     std::string myUserId_;
     std::string endReason_ = "EndMeetingReason_None";
+    bool selfUnmuteAllowed_ = true;
     uint64_t nextUserId_ = 16778240;
 
 private:

@@ -95,10 +95,13 @@ TEST(CallLock, ConcurrentEntriesFromAllSidesStayConsistent) {
     threads.emplace_back([&] {
         while (!stop) h.trans.deliver(R"({"msg":"changed"})");
     });
+    // The object itself, not the test's handle on it: tasks still queued run
+    // while the handle is being reset, before the worker is stopped.
+    OrvaneSDKPrivate* sdk = h.sdk.get();
     threads.emplace_back([&] {
         while (!stop) {
-            ORVANE::CallLock lock(h.sdk->callMutex());
-            h.sdk->add_timer_task(0, [&](std::string) { h.sdk->isRunning(); }, "");
+            ORVANE::CallLock lock(sdk->callMutex());
+            sdk->add_timer_task(0, [sdk](std::string) { sdk->isRunning(); }, "");
         }
     });
     std::this_thread::sleep_for(200ms);

@@ -1,0 +1,136 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "loopback_transport.h"
+
+namespace orvsim {
+
+// The servers as one object behind a loopback transport: the call server
+// ("callmaster"), the conference manager and the device manager. It answers
+// what the library sends as those servers would, starts what they start, and
+// records every message it received so tests can assert on them.
+class SimServers {
+public:
+    using json = nlohmann::json;
+
+    // The device the library runs on, as the device manager knows it.
+    struct Device {
+        std::string deviceId = "dev-1001";
+        std::string serialNumber = "SN-1001";
+        std::string dialNumber = "1001";
+        std::string deviceName = "Room 1001";
+        std::string deviceType = "terminal";
+        bool isMeetingRoomDevice = true;
+        std::string regUserId;
+        std::string regUserName;
+        std::string mediaPlatform = "QV";
+        std::string qvUserName = "room1001";
+        std::string qvPassword = "media-secret";  // clear text; sent in base64
+        std::string userId = "u-1001";            // in "internal_info"
+    };
+
+    // A conference the conference manager knows, by its dial number.
+    struct Conference {
+        std::string confid;
+        std::string dialNumber;          // "conferenceDialNumber"
+        std::string externalDialNumber;  // the media meeting; may contain "LOBBY"
+        std::string subject;
+        std::string passcode;            // non-empty: INVITE must carry it
+        bool busy = false;               // in use elsewhere: INVITE needs "force"
+        std::string busyConfid;          // the conference that holds the room
+    };
+
+    // A participant of the current conference (for the endpoint list and the
+    // participant events).
+    struct Participant {
+        std::string deviceId;
+        std::string name;
+        std::string engineUserId;  // "externalGuid"
+    };
+
+    SimServers(LoopbackTransport& transport, Device device);
+    explicit SimServers(LoopbackTransport& transport);
+    ~SimServers();
+
+    // Sends "internal_info" and "device_register" for the device. Call it once
+    // the library has the transport.
+    void attach();
+
+    const Device& device() const { return device_; }
+    void addConference(const Conference& conference);
+    // REST commands of this type are answered with a failure of this type.
+    void failCommand(const std::string& type, const std::string& failureType);
+
+    // What the servers start. Each works on the current call, if any.
+    void incomingCall(const std::string& fromDialNumber);  // INVITE for a known conference's number
+    void cancelCall();                                     // CANCEL
+    void endCall(const std::string& reason = "CONF_END_BY_HOST");  // BYE
+    void moveCall(const std::string& externalDialNumber);  // UPDATE to another media meeting, or out of the lobby
+    void participantJoins(const Participant& participant);
+    void participantLeaves(const std::string& deviceId);
+    // A control command to the library ("ctrl_cmd_mute" and the like) with the
+    // event's further fields.
+    void controlCommand(const std::string& event, const json& fields = json::object());
+    void h323CallOut(const std::string& deviceName, const std::string& dialString, const std::string& protocolType,
+                     const std::string& cmdId);
+    void h323HangUp(const std::string& sdkUserId, const std::string& cmdId);
+    void logout();                                      // "BE_LOGOUT"
+    void renameDevice(const std::string& deviceName);   // "devicemgr_device_change_device_name"
+
+    // What the servers have seen.
+    std::vector<json> received() const;  // every message, parsed, in order
+    // The call signals received, by start line ("" for all).
+    std::vector<json> signals(const std::string& command = "") const;
+    // The REST requests received, by id ("" for all).
+    std::vector<json> requests(const std::string& id = "") const;
+    // "none", "inviting", "ringing" (server INVITE sent), "accepted",
+    // "in-call", or "ended".
+    std::string callState() const;
+    std::vector<Participant> participants() const;
+
+private:
+    void onMessage(const std::string& text);
+    void onSignal(json signal);
+    void onRest(const std::string& id, const json& params);
+    void send(const std::string& eventName, const json& element);
+    void sendSignal(const json& signal);
+    void reply(const std::string& id, const json& data);
+    void fail(const std::string& id, const std::string& failureType);
+    // Pieces of the servers' answers; all run with mutex_ held.
+    void onInvite(const json& invite);
+    json conferenceData(const Conference& conference) const;
+    json participantEndpoint(const Participant& participant) const;
+    json myEndpoint() const;
+    json deviceData() const;
+    const Conference* conferenceById(const std::string& confid) const;
+    void sendEndpointChange(const std::string& operation, const json& endpoint);
+    std::string newCallId();
+    bool inCall() const;
+
+    LoopbackTransport& transport_;
+    Device device_;
+    mutable std::mutex mutex_;
+    std::map<std::string, Conference> conferences_;  // by dial number
+    std::map<std::string, std::string> failures_;    // REST type -> failure type
+    std::vector<json> received_;
+    std::vector<Participant> participants_;
+    json call_;               // the call's last signal, the template of what follows
+    std::string callState_ = "none";
+    std::string callConfid_;
+    // The device's name now: device_ keeps the configured one, so that
+    // device() can be read from any thread.
+    std::string deviceName_;
+    std::string myGuid_;  // this device's engine id, as its signals last told
+    int nextId_ = 1;      // for the ids the servers make up
+    std::mt19937_64 random_;
+};
+
+}  // namespace orvsim

@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# The scripted demo runs to its end and its timeline shows each key moment
+# in the step of the script that causes it:
+#   demo_timeline_test.sh ORVANE_CLI DEMO_SCRIPT
+# Within one step, lines from the wire, the engine and the library may come
+# in either order; the steps themselves follow one another.
+set -euo pipefail
+cli=$1
+script=$2
+out=$("$cli" --script "$script")
+
+# Each step: the line that starts it, then what must happen before the next.
+steps=(
+  "sim      the servers attach|notify   REGINFO|wire>    REGISTER|state    AVSTATE_IDLE|notify   confsdknotify_callsignal_ok"
+  "app      startconf {\"conferenceDialNumber\":\"8001\"}|wire>    INVITE to 8001|wire<    ACCEPTED meeting 99001|engine   join 99001|state    AVSTATE_IN_MEETING|wire>    ACK externalGuid=|media    onCallConnected"
+  "sim      Bob joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Bob"
+  "sim      Carol joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Carol"
+  "app      confControlmuteaudiolocal|engine   muteLocalAudio|media    onUserAudioStatusChange"
+  "app      confControllockmeeting|engine   lockMeeting on|media    onMeetingLocked"
+  "sim      the server moves the call to meeting 99011|wire<    UPDATE meeting 99011|engine   join 99011|wire>    UPDATE externalGuid="
+  "sim      Bob leaves|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_leave Bob"
+  "app      leaveconf|state    AVSTATE_IDLE|wire>    BYE|engine   leave|media    onCallEnd"
+  "sim      the server calls from 8003|wire<    INVITE meeting 99003|state    AVSTATE_PASSIVE_WAITING_UI_CONFIRM|notify   0/confmanager_event confsdknotify_recv_invite \"Board\" 8003"
+  "app      startconf {|engine   join 99003|wire>    ACCEPTED externalGuid=|wire<    ACK|state    AVSTATE_IN_MEETING"
+  "sim      the server ends the call|wire<    BYE|state    AVSTATE_IDLE|engine   endMeeting|notify   confsdknotify_event_reason|media    onCallEnd"
+  "  conference running: no"
+)
+
+fail() {
+  echo "$1"
+  echo "---- timeline ----"
+  echo "$out"
+  exit 1
+}
+
+rest=$out
+for ((i = 0; i < ${#steps[@]}; i++)); do
+  IFS='|' read -r -a moments <<<"${steps[$i]}"
+  start=${moments[0]}
+  # The text of this step: from its start line up to the next step's start.
+  rest=$(awk -v w="$start" 'found { print } !found && index($0, w) { found = 1; print }' <<<"$rest")
+  [ -n "$rest" ] || fail "step not found, or out of order: $start"
+  next=""
+  [ $((i + 1)) -lt ${#steps[@]} ] && { IFS='|' read -r -a following <<<"${steps[$((i + 1))]}"; next=${following[0]}; }
+  step=$rest
+  [ -n "$next" ] && step=$(awk -v w="$next" 'index($0, w) { exit } { print }' <<<"$rest")
+  for want in "${moments[@]:1}"; do
+    grep -qF -- "$want" <<<"$step" || fail "missing in the step \"$start\": $want"
+  done
+done
+echo "demo timeline: $(wc -l <<<"$out") lines, ${#steps[@]} steps as expected"

@@ -1,0 +1,191 @@
+// The library against the simulated servers and engine, through the exported
+// interface only: both call directions and the ways a call ends or fails.
+// Each test needs a process of its own (one library instance per process);
+// ctest runs them so.
+#include <gtest/gtest.h>
+#include <orvane/orvane.h>
+
+#include <nlohmann/json.hpp>
+
+#include "app_listener.h"
+#include "log_capture_public.h"
+#include "loopback_transport.h"
+#include "sim_engine.h"
+#include "sim_servers.h"
+#include "ui_thread.h"
+
+using namespace orvtest;
+using json = nlohmann::json;
+
+namespace {
+
+struct World {
+    World() : servers(transport), ui(nullptr, app) {
+        servers.addConference({"conf-8001", "8001", "99001", "Weekly", "", false, ""});
+        servers.addConference({"conf-8002", "8002", "LOBBY-99002", "Town hall", "", false, ""});
+        servers.addConference({"conf-8003", "8003", "99003", "Board", "1234", false, ""});
+        servers.addConference({"conf-8004", "8004", "99004", "Room 4", "", true, "conf-busy"});
+        orvsim::SimEngine::install(&engine);
+        sdk = ORVANE::OrvaneSDK_Factory::createInstance("QV", "");
+        ui.sdk = sdk;
+        sdk->setOrvaneLogger(logs.logger());
+        sdk->setListener(&app);
+        sdk->setMediaServiceListener(&app);
+        sdk->setOrvaneTrans(&transport);
+        sdk->initMediaService("QV", "");
+        servers.attach();
+        EXPECT_TRUE(until("confsdknotify_callsignal_ok"));
+        settle();
+    }
+    ~World() { orvsim::SimEngine::install(nullptr); }
+
+    bool until(const std::string& type) { return ui.until(type); }
+    // Lets the wire, the engine and the UI thread come to rest.
+    void settle() {
+        for (int quiet = 0; quiet < 3;) {
+            ui.pump();
+            const bool busy = !transport.idle(std::chrono::milliseconds(0)) || !engine.idle(std::chrono::milliseconds(0));
+            quiet = busy ? 0 : quiet + 1;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    void call(const json& data) { sdk->sendCommand("startconf", data.dump()); }
+    bool inMeeting() { return sdk->getConfControlService().isRunning(); }
+    size_t signalsFromClient(const std::string& command) { return servers.signals(command).size(); }
+
+    PublicLogCapture logs;
+    AppListener app;
+    orvsim::LoopbackTransport transport;
+    orvsim::SimEngine engine;
+    orvsim::SimServers servers;
+    ORVANE::ConfSDK* sdk = nullptr;
+    UiThread ui;
+};
+
+#define FRESH_PROCESS() \
+    ASSERT_EQ(ORVANE::OrvaneSDK_Factory::getInstance(), nullptr) << "each test needs a process of its own"
+
+}  // namespace
+
+TEST(WithSimServers, OutgoingCallEndedByTheServer) {
+    FRESH_PROCESS();
+    World w;
+    w.call({{"conferenceDialNumber", "8001"}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.settle();
+    EXPECT_TRUE(w.inMeeting());
+    EXPECT_EQ(w.servers.callState(), "in-call");
+    EXPECT_EQ(w.engine.meetingNumber(), "99001");
+    EXPECT_EQ(w.servers.signals("ACK").back()["signalBody"]["externalGuid"], w.engine.myUserId());
+
+    w.servers.endCall("CONF_END_BY_HOST");
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallEnd"));
+    w.settle();
+    EXPECT_FALSE(w.inMeeting());
+    EXPECT_EQ(w.signalsFromClient("BYE"), 0u);  // the server's BYE gets none back
+    ASSERT_EQ(w.app.count("confsdknotify_event_reason"), 1u);
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_event_reason")[0].data)["reason"], "CONF_END_BY_HOST");
+}
+
+TEST(WithSimServers, UserLeaveAndEngineEndSendBye) {
+    FRESH_PROCESS();
+    World w;
+    w.call({{"conferenceDialNumber", "8001"}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.sdk->sendCommand("leaveconf", "");
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallEnd"));
+    w.settle();
+    EXPECT_EQ(w.signalsFromClient("BYE"), 1u);
+    EXPECT_EQ(w.servers.callState(), "ended");
+    EXPECT_EQ(w.app.count("confsdknotify_event_reason"), 0u);
+
+    // A second call, ended by the engine (the host removed this device).
+    w.app.clear();
+    w.ui.ran = 0;
+    w.call({{"conferenceDialNumber", "8001"}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.settle();
+    w.engine.endCall("EndMeetingReason_KickByHost");
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallEnd"));
+    w.settle();
+    EXPECT_EQ(w.signalsFromClient("BYE"), 2u);
+    ASSERT_EQ(w.app.count("confsdknotify_event_reason"), 1u);
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_event_reason")[0].data)["reason"],
+              "EndMeetingReason_KickByHost");
+    EXPECT_FALSE(w.inMeeting());
+}
+
+TEST(WithSimServers, IncomingCallAnsweredAndCancelledWhileRinging) {
+    FRESH_PROCESS();
+    World w;
+    w.servers.incomingCall("8001");
+    ASSERT_TRUE(w.until("0/confmanager_event"));
+    const json shown = json::parse(w.app.ofType("0/confmanager_event")[0].data)[0];
+    EXPECT_EQ(shown["event"], "confsdknotify_recv_invite");
+    w.call(shown);
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.settle();
+    EXPECT_EQ(w.servers.callState(), "in-call");  // ACCEPTED, then the server's ACK
+    EXPECT_TRUE(w.inMeeting());
+    EXPECT_EQ(w.servers.signals("ACCEPTED").back()["signalBody"]["externalGuid"], w.engine.myUserId());
+    w.servers.endCall();
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallEnd"));
+    w.settle();
+
+    // The next one is cancelled while it rings.
+    w.app.clear();
+    w.ui.ran = 0;
+    w.servers.incomingCall("8001");
+    ASSERT_TRUE(w.until("0/confmanager_event"));
+    w.servers.cancelCall();
+    ASSERT_TRUE(w.until("confsdknotify_canceled"));
+    w.settle();
+    const json error = w.servers.signals("ERROR").back();
+    EXPECT_EQ(error["startLine"]["statusCode"]["code"], 487);
+    EXPECT_FALSE(w.inMeeting());
+    EXPECT_FALSE(w.engine.inMeeting());
+}
+
+TEST(WithSimServers, AConflictIsAnsweredWithForce) {
+    FRESH_PROCESS();
+    World w;
+    w.call({{"conferenceDialNumber", "8004"}});
+    ASSERT_TRUE(w.until("confsdknotify_exception_in_meeting"));
+    const json report = json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[0].data);
+    EXPECT_EQ(report["type"], "CONFERENCE_ROOM_CONFLICT");
+    EXPECT_EQ(report["confid"], "conf-busy");
+    EXPECT_FALSE(w.inMeeting());
+
+    w.call({{"conferenceDialNumber", "8004"}, {"force", true}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    EXPECT_TRUE(w.inMeeting());
+    EXPECT_EQ(w.servers.signals("INVITE").back()["signalBody"]["force"], true);
+}
+
+TEST(WithSimServers, AMissingPasscodeIsAnsweredWithOne) {
+    FRESH_PROCESS();
+    World w;
+    w.call({{"conferenceDialNumber", "8003"}});
+    ASSERT_TRUE(w.until("confsdknotify_need_passcode"));
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[0].data)["type"],
+              "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE");
+    w.call({{"conferenceDialNumber", "8003"}, {"passcode", "1234"}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    EXPECT_TRUE(w.inMeeting());
+    EXPECT_EQ(w.servers.signals("INVITE").back()["signalBody"]["joinPassword"], "1234");
+}
+
+TEST(WithSimServers, TheLobbyAndAMoveOutOfIt) {
+    FRESH_PROCESS();
+    World w;
+    w.call({{"conferenceDialNumber", "8002"}});
+    w.settle();
+    EXPECT_TRUE(w.inMeeting());
+    EXPECT_FALSE(w.engine.inMeeting());
+    EXPECT_EQ(w.servers.signals("ACK").back()["signalBody"]["externalGuid"], "-3");
+    w.servers.moveCall("99022");
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.settle();
+    EXPECT_EQ(w.engine.meetingNumber(), "99022");
+    EXPECT_EQ(w.servers.signals("OK").back()["signalBody"]["externalGuid"], w.engine.myUserId());
+}
