@@ -4,5 +4,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-scripts/build.sh build-demo -DORVANE_BUILD_TESTS=OFF -DORVANE_BUILD_BENCH=OFF
+echo "building orvane-cli (log in build-demo/build.log) ..."
+mkdir -p build-demo
+if ! scripts/build.sh build-demo -DORVANE_BUILD_TESTS=OFF -DORVANE_BUILD_BENCH=OFF >build-demo/build.log 2>&1; then
+  cat build-demo/build.log
+  exit 1
+fi
 build-demo/tools/orvane-cli --script tools/demo.orv
