@@ -27,6 +27,50 @@ bool isLobby(const std::string& number) { return number.find("LOBBY") != std::st
 
 }  // namespace
 
+int joinMediaUnderLimit(ConfStateMachine* machine, AvState waiting) {
+    OrvaneSDKPrivate* sdk = machine->sdk();
+    // The limit is armed before the join, so an engine that answers at once
+    // finds everything in place.
+    machine->set_cur_state_timeout_taskid(sdk->add_timer_task(
+        55,
+        [sdk, machine, waiting](std::string) {
+            CallLock lock(sdk->callMutex());
+            if (machine->cur_state != waiting) return;
+            const std::string name = g_avStateNames[waiting];
+            LOG_DEBUG("{} timer_task enter", name);
+            if (sdk->av) sdk->av->leave();
+            machine->cur_state = AVSTATE_IDLE;
+            sdk->callserver_error(503, "No IN_MEETING status after 55s of av.join()");
+            machine->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN,
+                                              CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
+            if (waiting == AVSTATE_PASSIVE_WAITING_AV_USERID)
+                LOG_DEBUG("{} MeetingServiceEvent onCallEnd {} ", name, CtrlSDKUtils::dump(json{{"result", 0}}));
+        },
+        ""));
+    const int ret = sdk->av ? sdk->av->join(sdk->_conf.ext_dialnum, sdk->_conf.passcode, sdk->getUniformUserName())
+                            : -1;
+    if (ret == 0) return STATE_HANDLED;
+    LOG_ERROR("  avsdk join failed, ret={}", ret);
+    machine->cancel_cur_state_timeout();
+    sdk->callserver_error(603, fmt::format("av.join failed, ret={}", ret));
+    machine->cur_state = AVSTATE_IDLE;
+    return STATE_HANDLED;
+}
+
+int leaveJoinOnServerSignal(ConfStateMachine* machine, const char* state, const std::string& startline) {
+    OrvaneSDKPrivate* sdk = machine->sdk();
+    machine->cancel_cur_state_timeout();
+    const int ret = sdk->av ? sdk->av->leave() : -1;
+    if (startline == "CANCEL") {
+        LOG_DEBUG("{} recv CANCEL, call leave()={}", state, ret);
+        sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
+    } else {
+        LOG_DEBUG("leave ret={}\n", ret);
+    }
+    machine->cur_state = AVSTATE_IDLE;
+    return STATE_HANDLED;
+}
+
 int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& startline, const std::string&,
                                                           json& msg) {
     OrvaneSDKPrivate* sdk = machine->sdk();
@@ -90,45 +134,12 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
               sdk->_conf.confid);
     if (sdk->av) sdk->av->setConfSignal(CtrlSDKUtils::dump(msg));
 
-    // The limit is armed before the join, so an engine that answers at once
-    // finds everything in place.
     machine->cur_state = AVSTATE_ACTIVE_WAITING_AV_USERID;
-    ConfStateMachine* m = machine;
-    machine->set_cur_state_timeout_taskid(sdk->add_timer_task(
-        55,
-        [sdk, m](std::string) {
-            CallLock lock(sdk->callMutex());
-            if (m->cur_state != AVSTATE_ACTIVE_WAITING_AV_USERID) return;
-            LOG_DEBUG("AVSTATE_ACTIVE_WAITING_AV_USERID timer_task enter");
-            if (sdk->av) sdk->av->leave();
-            m->cur_state = AVSTATE_IDLE;
-            sdk->callserver_error(503, "No IN_MEETING status after 55s of av.join()");
-            m->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN,
-                                        CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
-        },
-        ""));
-    const int ret = sdk->av ? sdk->av->join(sdk->_conf.ext_dialnum, sdk->_conf.passcode, sdk->getUniformUserName())
-                            : -1;
-    if (ret == 0) return STATE_HANDLED;
-    LOG_ERROR("  avsdk join failed, ret={}", ret);
-    machine->cancel_cur_state_timeout();
-    sdk->callserver_error(603, fmt::format("av.join failed, ret={}", ret));
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return joinMediaUnderLimit(machine, AVSTATE_ACTIVE_WAITING_AV_USERID);
 }
 
 int ConfStateActive_WaitAvUserid::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    machine->cancel_cur_state_timeout();
-    const int ret = sdk->av ? sdk->av->leave() : -1;
-    if (startline == "CANCEL") {
-        LOG_DEBUG("ConfStateActive_WaitAvUserid recv CANCEL, call leave()={}", ret);
-        sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
-    } else {
-        LOG_DEBUG("leave ret={}\n", ret);
-    }
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return leaveJoinOnServerSignal(machine, "ConfStateActive_WaitAvUserid", startline);
 }
 
 int ConfStateActive_WaitAvUserid::on_avsdk_join_ok() {

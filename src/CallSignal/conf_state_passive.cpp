@@ -1,7 +1,5 @@
 // An incoming call: the conference's data, the user's answer, the media join,
 // then ACCEPTED and the server's ACK.
-#include <fmt/format.h>
-
 #include "call_lock.h"
 #include "conf_states.h"
 #include "confsdk_p.h"
@@ -76,44 +74,11 @@ int ConfStatePassive_WaitUserConfirm::start_conf() {
         create_lobby_windows(lobbyCloseAction(sdk));
         return STATE_HANDLED;
     }
-    ConfStateMachine* m = machine;
-    machine->set_cur_state_timeout_taskid(sdk->add_timer_task(
-        55,
-        [sdk, m](std::string) {
-            CallLock lock(sdk->callMutex());
-            if (m->cur_state != AVSTATE_PASSIVE_WAITING_AV_USERID) return;
-            LOG_DEBUG("AVSTATE_PASSIVE_WAITING_AV_USERID timer_task enter");
-            if (sdk->av) sdk->av->leave();
-            m->cur_state = AVSTATE_IDLE;
-            sdk->callserver_error(503, "No IN_MEETING status after 55s of av.join()");
-            m->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN,
-                                        CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
-            LOG_DEBUG("AVSTATE_PASSIVE_WAITING_AV_USERID MeetingServiceEvent onCallEnd {} ",
-                      CtrlSDKUtils::dump(json{{"result", 0}}));
-        },
-        ""));
-    const int ret = sdk->av ? sdk->av->join(sdk->_conf.ext_dialnum, sdk->_conf.passcode, sdk->getUniformUserName())
-                            : -1;
-    if (ret == 0) return STATE_HANDLED;
-    LOG_ERROR("  avsdk join failed, ret={}", ret);
-    machine->cancel_cur_state_timeout();
-    sdk->callserver_error(603, fmt::format("av.join failed, ret={}", ret));
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return joinMediaUnderLimit(machine, AVSTATE_PASSIVE_WAITING_AV_USERID);
 }
 
 int ConfStatePassive_WaitAvUserid::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    machine->cancel_cur_state_timeout();
-    const int ret = sdk->av ? sdk->av->leave() : -1;
-    if (startline == "CANCEL") {
-        LOG_DEBUG("ConfStatePassive_WaitAvUserid recv CANCEL, call leave()={}", ret);
-        sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
-    } else {
-        LOG_DEBUG("leave ret={}\n", ret);
-    }
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return leaveJoinOnServerSignal(machine, "ConfStatePassive_WaitAvUserid", startline);
 }
 
 int ConfStatePassive_WaitAvUserid::on_avsdk_join_ok() {

@@ -106,3 +106,13 @@ public:
 // What a client in the lobby does when the user closes the lobby window:
 // end the call as if the engine had ended it, then say BYE.
 std::function<void()> lobbyCloseAction(OrvaneSDKPrivate* sdk);
+
+// The media join of either direction, from the state `waiting` that has just
+// been written: arms its 55-second limit, then joins. A join the engine
+// refuses is answered with ERROR 603 and the machine goes back to idle.
+int joinMediaUnderLimit(ConfStateMachine* machine, AvState waiting);
+
+// CANCEL or ERROR from the server while the media join runs: the engine
+// leaves and the machine goes back to idle; a CANCEL is told to the
+// application. `state` names the state in the log line.
+int leaveJoinOnServerSignal(ConfStateMachine* machine, const char* state, const std::string& startline);
