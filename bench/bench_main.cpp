@@ -2,7 +2,9 @@
 #include <benchmark/benchmark.h>
 
 #include "harness.h"
+#include "ServerInteraction/orvanecmdtojson.h"
 #include "orvane/vocabulary.h"
+#include "server_events.h"
 
 using namespace orvtest;
 
@@ -44,5 +46,33 @@ void BM_DeferredNotification(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_DeferredNotification);
+
+// One REST command from its JSON text to its wire text.
+void BM_RestBuilder(benchmark::State& state) {
+    LogCapture logs;
+    logs.logger()->set_level(spdlog::level::off);
+    const std::string data = R"({"confid":"4711","mute":true})";
+    for (auto _ : state) benchmark::DoNotOptimize(CtrlSDKUtils::OrvaneCmdToJson::confControl_mute_all(data));
+}
+BENCHMARK(BM_RestBuilder);
+
+// A participant's join from the server: through the control channel, the
+// switchboard, the status merge, to the application.
+void BM_ParticipantJoinEvent(benchmark::State& state) {
+    Harness h;
+    h.logs.logger()->set_level(spdlog::level::off);
+    h.initMedia("QC");
+    const std::string text = serverEvent(
+        "confmanager_event",
+        json{{"event", "confmgr_endpoint_change"},
+             {"operation", "confmgr_participant_join"},
+             {"endpoint", {{"deviceId", "dev-b"}, {"externalGuid", "16778240"}, {"externalDeviceId", "ext-b"},
+                           {"name", "Bob"}, {"adminMute", false}, {"videoMute", false}}}});
+    for (auto _ : state) {
+        h.trans.deliver(text);
+        h.app.clear();
+    }
+}
+BENCHMARK(BM_ParticipantJoinEvent);
 
 }  // namespace
