@@ -265,3 +265,18 @@ TEST_F(PassiveJoin, ErrorWhileJoiningLeavesQuietly) {
     EXPECT_TRUE(h.trans.sent().empty());
     EXPECT_TRUE(h.app.events().empty());
 }
+
+TEST_F(PassiveJoin, LeaveWhileJoiningLeavesTheEngine) {
+    ring();
+    h.sdk->sendCommand("startconf", "{}");
+    h.trans.clear();
+    h.sdk->sendCommand("leaveconf", "");
+    EXPECT_EQ(h.state(), AVSTATE_IDLE);
+    EXPECT_EQ(h.engine.count("leave"), 1u);
+    EXPECT_TRUE(h.trans.sent().empty());
+    // The 55 s task finds its state gone.
+    h.advance(60s);
+    std::this_thread::sleep_for(30ms);
+    EXPECT_TRUE(h.trans.sent().empty());
+    EXPECT_EQ(h.app.count("confsdknotify_internal_exception_in_meeting"), 0u);
+}
