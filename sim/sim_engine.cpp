@@ -114,18 +114,15 @@ int SimEngine::join(const std::string& meetingNumber, const std::string& passcod
 
 int SimEngine::leave() {
     trace("leave");
-    std::string reason;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (!inMeeting_) return 0;
-        reason = endReason_;
-    }
-    reportEnd(reason);
-    return 0;
+    return endOwnCall();
 }
 
 int SimEngine::endMeeting() {
     trace("endMeeting");
+    return endOwnCall();
+}
+
+int SimEngine::endOwnCall() {
     std::string reason;
     {
         std::lock_guard<std::mutex> lock(mutex_);

@@ -95,6 +95,8 @@ protected:
     void trace(const std::string& op, const std::string& detail = "");
     // "onEndReason" then "onCallEnd", and the local user leaves the list.
     void reportEnd(const std::string& reason);
+    // The local user ends the call (leave or end for all) with the set reason.
+    int endOwnCall();
     // Sets the audio state of users and reports it as one change list.
     int setAudio(const std::vector<std::string>& userids, bool muted);
     int setVideo(const std::string& userid, bool muted);

@@ -6,7 +6,7 @@
 
 #include "app_listener.h"
 #include "fake_transport.h"
-#include "log_capture_public.h"
+#include "public_client.h"
 #include "server_events.h"
 #include "sim_engine.h"
 #include "ui_thread.h"
@@ -17,16 +17,10 @@ namespace {
 
 json signalIn(const std::string& wire) { return json::parse(wire)["params"][0]["payload"]; }
 
-struct Client {
-    Client() : ui(nullptr, app) {
-        orvsim::SimEngine::install(&engine);
-        sdk = ORVANE::OrvaneSDK_Factory::createInstance("QV", "");
-        ui.sdk = sdk;
-        sdk->setOrvaneLogger(logs.logger());
-        sdk->setListener(&app);
-        sdk->setMediaServiceListener(&app);
-        sdk->setOrvaneTrans(&trans);
-        sdk->initMediaService("QV", "");
+// Registered with the test playing the call server message by message.
+struct Client : PublicClient<FakeTransport> {
+    Client() {
+        start();
         ui.until("AuthServiceEvent/onSdkReady");
         deliverEvent(trans, "devicemgr_event", deviceRegister("QV"));
         ui.pump();
@@ -38,14 +32,6 @@ struct Client {
         app.clear();
         ui.ran = 0;  // counts against the notifications the application still has
     }
-    ~Client() { orvsim::SimEngine::install(nullptr); }
-
-    PublicLogCapture logs;
-    AppListener app;
-    FakeTransport trans;
-    orvsim::SimEngine engine;
-    ORVANE::ConfSDK* sdk = nullptr;
-    UiThread ui;
 };
 
 }  // namespace

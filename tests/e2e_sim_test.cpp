@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app_listener.h"
-#include "log_capture_public.h"
+#include "public_client.h"
 #include "loopback_transport.h"
 #include "sim_engine.h"
 #include "sim_servers.h"
@@ -19,32 +19,23 @@ using json = nlohmann::json;
 
 namespace {
 
-struct World {
-    World() : servers(transport), ui(nullptr, app) {
+struct World : PublicClient<orvsim::LoopbackTransport> {
+    World() : servers(trans) {
         servers.addConference({"conf-8001", "8001", "99001", "Weekly", "", false, ""});
         servers.addConference({"conf-8002", "8002", "LOBBY-99002", "Town hall", "", false, ""});
         servers.addConference({"conf-8003", "8003", "99003", "Board", "1234", false, ""});
         servers.addConference({"conf-8004", "8004", "99004", "Room 4", "", true, "conf-busy"});
-        orvsim::SimEngine::install(&engine);
-        sdk = ORVANE::OrvaneSDK_Factory::createInstance("QV", "");
-        ui.sdk = sdk;
-        sdk->setOrvaneLogger(logs.logger());
-        sdk->setListener(&app);
-        sdk->setMediaServiceListener(&app);
-        sdk->setOrvaneTrans(&transport);
-        sdk->initMediaService("QV", "");
+        start();
         servers.attach();
         EXPECT_TRUE(until("confsdknotify_callsignal_ok"));
         settle();
     }
-    ~World() { orvsim::SimEngine::install(nullptr); }
-
     bool until(const std::string& type) { return ui.until(type); }
     // Lets the wire, the engine and the UI thread come to rest.
     void settle() {
         for (int quiet = 0; quiet < 3;) {
             ui.pump();
-            const bool busy = !transport.idle(std::chrono::milliseconds(0)) || !engine.idle(std::chrono::milliseconds(0));
+            const bool busy = !trans.idle(std::chrono::milliseconds(0)) || !engine.idle(std::chrono::milliseconds(0));
             quiet = busy ? 0 : quiet + 1;
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -53,13 +44,7 @@ struct World {
     bool inMeeting() { return sdk->getConfControlService().isRunning(); }
     size_t signalsFromClient(const std::string& command) { return servers.signals(command).size(); }
 
-    PublicLogCapture logs;
-    AppListener app;
-    orvsim::LoopbackTransport transport;
-    orvsim::SimEngine engine;
     orvsim::SimServers servers;
-    ORVANE::ConfSDK* sdk = nullptr;
-    UiThread ui;
 };
 
 #define FRESH_PROCESS() \

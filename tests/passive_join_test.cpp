@@ -14,7 +14,8 @@ namespace {
 
 const char* const kServerCallId = "5e7e0000-1111-4222-8333-444455556666";
 
-struct PassiveJoin : ::testing::Test, CallFixture {
+// A client the server calls.
+struct Callee : CallFixture {
     // The server's INVITE, and its conference data in reply to the query.
     void invite(const std::string& ext = "99007") {
         json inv = callSignal("INVITE", "INVITE", kServerCallId,
@@ -33,12 +34,28 @@ struct PassiveJoin : ::testing::Test, CallFixture {
         confinfoReply({{"conferenceId", "conf-7"}, {"conferenceDialNumber", "8007"}, {"subject", "Weekly"},
                        {"passcode", "77"}, {"muteAll", true}});
     }
+    // Rung and taken with what the application was shown: the media join runs.
+    void ringAndTake() {
+        ring();
+        h.sdk->sendCommand("startconf", json::parse(h.app.ofType("0/confmanager_event").back().data)[0].dump());
+    }
+    // Registers first: the last REGISTER's call id, the one that passes the
+    // filter on ERROR, is returned.
+    std::string registered() {
+        {
+            CallLock lock(h.sdk->callMutex());
+            h.sdk->callserver_register();
+        }
+        h.setState(AVSTATE_IDLE);
+        return callid();
+    }
     // An ERROR of this call as the server would send it.
     json serverError(const std::string& cseqMethod, const std::string& callId) {
-        json e = errorSignal(cseqMethod, callId, 500);
-        return e;
+        return errorSignal(cseqMethod, callId, 500);
     }
 };
+
+struct PassiveJoin : ::testing::Test, Callee {};
 
 }  // namespace
 
@@ -76,18 +93,16 @@ TEST_F(PassiveJoin, AReplyWithoutDataStillAsks) {
     EXPECT_EQ(asks[0].data, R"([{"dispname":"Ann","event":"confsdknotify_recv_invite"}])");
 
     // A reply of the wrong shape: logged, the call keeps waiting.
-    CallFixture f;
-    json inv = callSignal("INVITE", "INVITE", "c", {{"externalDialNumber", "1"}});
-    f.serverSends(inv);
+    Callee f;
+    f.invite();
     f.h.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":[1,2]})");
     EXPECT_EQ(f.h.state(), AVSTATE_PASSIVE_WAITING_CONFINFO);
     EXPECT_TRUE(f.h.logs.has("json ERROR! confsdk:ConfStatePassive_WaitConfInfo::on_recv_confinfo"));
 }
 
 TEST_F(PassiveJoin, TakenJoinedAcceptedAcked) {
-    ring();
     // The application answers with the conference it was shown.
-    h.sdk->sendCommand("startconf", json::parse(h.app.ofType("0/confmanager_event")[0].data)[0].dump());
+    ringAndTake();
     EXPECT_EQ(h.state(), AVSTATE_PASSIVE_WAITING_AV_USERID);
     ASSERT_EQ(h.engine.count("join"), 1u);
     EXPECT_EQ(h.engine.callsOf("join")[0].args[0], "99007");
@@ -137,10 +152,8 @@ TEST_F(PassiveJoin, CancelInEachWaitingState) {
     EXPECT_EQ(h.app.count("confsdknotify_canceled"), 1u);
 
     // While ringing.
-    CallFixture r;
-    json inv = callSignal("INVITE", "INVITE", kServerCallId, {{"externalDialNumber", "99007"}});
-    r.serverSends(inv);
-    r.h.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{}})");
+    Callee r;
+    r.ring();
     ASSERT_EQ(r.h.state(), AVSTATE_PASSIVE_WAITING_UI_CONFIRM);
     r.h.trans.clear();
     r.serverSends(r.serverSignal("CANCEL", "CANCEL", json::object()));
@@ -151,10 +164,8 @@ TEST_F(PassiveJoin, CancelInEachWaitingState) {
     EXPECT_EQ(r.h.app.ofType("confsdknotify_canceled")[0].data, "{}");
 
     // While joining: the engine leaves, nothing goes to the server.
-    CallFixture j;
-    j.serverSends(inv);
-    j.h.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{}})");
-    j.h.sdk->sendCommand("startconf", "{}");
+    Callee j;
+    j.ringAndTake();
     j.h.trans.clear();
     j.serverSends(j.serverSignal("CANCEL", "CANCEL", json::object()));
     EXPECT_EQ(j.h.state(), AVSTATE_IDLE);
@@ -181,8 +192,7 @@ TEST_F(PassiveJoin, TheLobbyAnswersAtOnce) {
 }
 
 TEST_F(PassiveJoin, JoinTimeoutAndRefusal) {
-    ring();
-    h.sdk->sendCommand("startconf", "{}");
+    ringAndTake();
     h.trans.clear();
     h.advance(55s);
     ASSERT_TRUE(heard("MeetingServiceEvent/onCallEnd"));
@@ -193,12 +203,9 @@ TEST_F(PassiveJoin, JoinTimeoutAndRefusal) {
               "CONFSDK_TIMEOUT_ON_JOIN");
     EXPECT_TRUE(h.logs.has(R"(AVSTATE_PASSIVE_WAITING_AV_USERID MeetingServiceEvent onCallEnd {"result":0} )"));
 
-    CallFixture f;
+    Callee f;
     f.h.engine.setResult("join", 9);
-    json inv = callSignal("INVITE", "INVITE", kServerCallId, {{"externalDialNumber", "99007"}});
-    f.serverSends(inv);
-    f.h.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{}})");
-    f.h.sdk->sendCommand("startconf", "{}");
+    f.ringAndTake();
     EXPECT_EQ(f.h.state(), AVSTATE_IDLE);
     EXPECT_EQ(f.lastSignal()["startLine"]["statusCode"],
               json({{"code", 603}, {"message", "av.join failed, ret=9"}}));
@@ -206,32 +213,22 @@ TEST_F(PassiveJoin, JoinTimeoutAndRefusal) {
 }
 
 TEST_F(PassiveJoin, TheEngineFailsOrEnds) {
-    ring();
-    h.sdk->sendCommand("startconf", "{}");
+    ringAndTake();
     engineSays("onCallFailed", {{"reason", "MEETING_FAIL_NO_MMR"}});
     EXPECT_EQ(h.state(), AVSTATE_IDLE);
     EXPECT_EQ(lastSignal()["startLine"]["statusCode"]["message"],
               "ConfStatePassive_WaitAvUserid::on_avsdk_call_failed");
 
-    CallFixture f;
-    json inv = callSignal("INVITE", "INVITE", kServerCallId, {{"externalDialNumber", "99007"}});
-    f.serverSends(inv);
-    f.h.trans.deliver(R"({"msg":"result","id":"confinfo_by_dialnum","data":{}})");
-    f.h.sdk->sendCommand("startconf", "{}");
+    Callee f;
+    f.ringAndTake();
     f.engineSays("onCallEnd", {{"result", 0}});
     EXPECT_EQ(f.lastSignal()["startLine"]["statusCode"]["message"], "ConfStatePassive_WaitAvUserid::on_avsdk_call_end");
 }
 
 TEST_F(PassiveJoin, ErrorsPassOnlyWithOurOwnCallId) {
     // The last REGISTER's identifier is ours; the server's INVITE id is not.
-    {
-        CallLock lock(h.sdk->callMutex());
-        h.sdk->callserver_register();
-    }
-    h.setState(AVSTATE_IDLE);
-    const std::string ours = callid();
-    ring();
-    h.sdk->sendCommand("startconf", "{}");
+    const std::string ours = registered();
+    ringAndTake();
     connected("16778240");
     ASSERT_EQ(h.state(), AVSTATE_PASSIVE_WAITING_ACK);
 
@@ -249,14 +246,8 @@ TEST_F(PassiveJoin, ErrorsPassOnlyWithOurOwnCallId) {
 }
 
 TEST_F(PassiveJoin, ErrorWhileJoiningLeavesQuietly) {
-    {
-        CallLock lock(h.sdk->callMutex());
-        h.sdk->callserver_register();
-    }
-    h.setState(AVSTATE_IDLE);
-    const std::string ours = callid();
-    ring();
-    h.sdk->sendCommand("startconf", "{}");
+    const std::string ours = registered();
+    ringAndTake();
     h.trans.clear();
     h.app.clear();
     serverSends(serverError("INVITE", ours));
@@ -267,8 +258,7 @@ TEST_F(PassiveJoin, ErrorWhileJoiningLeavesQuietly) {
 }
 
 TEST_F(PassiveJoin, LeaveWhileJoiningLeavesTheEngine) {
-    ring();
-    h.sdk->sendCommand("startconf", "{}");
+    ringAndTake();
     h.trans.clear();
     h.sdk->sendCommand("leaveconf", "");
     EXPECT_EQ(h.state(), AVSTATE_IDLE);

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <orvane/orvane.h>
+
+#include "app_listener.h"
+#include "log_capture_public.h"
+#include "sim_engine.h"
+#include "ui_thread.h"
+
+namespace orvtest {
+
+// An application on the exported interface, on the simulated engine and the
+// transport of the test's choice. Members are declared so that the engine,
+// whose thread reports into the library, goes before the transport.
+template <typename Transport>
+struct PublicClient {
+    PublicClient() : ui(nullptr, app) {}
+    ~PublicClient() { orvsim::SimEngine::install(nullptr); }
+
+    // Creates the library as an application does, up to initMediaService.
+    void start() {
+        orvsim::SimEngine::install(&engine);
+        sdk = ORVANE::OrvaneSDK_Factory::createInstance("QV", "");
+        ui.sdk = sdk;
+        sdk->setOrvaneLogger(logs.logger());
+        sdk->setListener(&app);
+        sdk->setMediaServiceListener(&app);
+        sdk->setOrvaneTrans(&trans);
+        sdk->initMediaService("QV", "");
+    }
+
+    PublicLogCapture logs;
+    AppListener app;
+    Transport trans;
+    orvsim::SimEngine engine;
+    ORVANE::ConfSDK* sdk = nullptr;
+    UiThread ui;
+};
+
+}  // namespace orvtest
