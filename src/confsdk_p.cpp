@@ -369,29 +369,40 @@ json OrvaneSDKPrivate::parseConfinfo(const std::string& data) {
 }
 
 std::string OrvaneSDKPrivate::getAvUseridFromDeviceID(const std::string& deviceId) {
-    std::lock_guard<std::mutex> lock(epStatusMutex);
-    for (const auto& entry : epStatusList) {
-        if (entry.second.externalDeviceId == deviceId) {
-            LOG_DEBUG("OrvaneSDKPrivate::getAvUseridFromDeviceID, found userid={}\n", entry.first);
-            return entry.first;
+    std::string userid;
+    {
+        std::lock_guard<std::mutex> lock(epStatusMutex);
+        for (const auto& entry : epStatusList) {
+            if (entry.second.externalDeviceId == deviceId) {
+                userid = entry.first;
+                break;
+            }
         }
     }
-    return {};
+    // Logged after the cache's lock is released: the logger is the application's.
+    if (!userid.empty()) LOG_DEBUG("OrvaneSDKPrivate::getAvUseridFromDeviceID, found userid={}\n", userid);
+    return userid;
 }
 
 std::string OrvaneSDKPrivate::getDeviceidFromAvUserid(const std::string& userid) {
-    std::lock_guard<std::mutex> lock(epStatusMutex);
+    std::vector<std::pair<std::string, std::string>> entries;
+    {
+        std::lock_guard<std::mutex> lock(epStatusMutex);
+        for (const auto& entry : epStatusList) entries.emplace_back(entry.first, entry.second.externalDeviceId);
+    }
     LOG_DEBUG("print epStatusList start......");
-    for (const auto& entry : epStatusList)
-        LOG_DEBUG("userid={}, deviceId={}", entry.first, entry.second.externalDeviceId);
+    const std::string* found = nullptr;
+    for (const auto& entry : entries) {
+        LOG_DEBUG("userid={}, deviceId={}", entry.first, entry.second);
+        if (entry.first == userid) found = &entry.second;
+    }
     LOG_DEBUG("print epStatusList end......");
-    auto it = epStatusList.find(userid);
-    if (it == epStatusList.end()) {
+    if (found == nullptr) {
         LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, not found", userid);
         return {};
     }
-    LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, deviceid={}", userid, it->second.externalDeviceId);
-    return it->second.externalDeviceId;
+    LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, deviceid={}", userid, *found);
+    return *found;
 }
 
 // ---------------------------------------------------------------------------

@@ -11,15 +11,17 @@ using json = nlohmann::json;
 int OrvaneSDKPrivate::syncAllCacheStatusFromAVSDK() {
     AvUserMap users;
     if (av) av->getUserList(users);
-    std::lock_guard<std::mutex> lock(epStatusMutex);
-    for (const auto& user : users) {
-        EpStatus& entry = epStatusList[user.first];
-        entry.adminMute = user.second.audioMuted;
-        entry.videoMute = user.second.videoMuted;
-        entry.isHost = user.second.isHost;
-        entry.isCohost = user.second.isCohost;
-        LOG_DEBUG("----[sync] user name : {}-----", user.second.name);
+    {
+        std::lock_guard<std::mutex> lock(epStatusMutex);
+        for (const auto& user : users) {
+            EpStatus& entry = epStatusList[user.first];
+            entry.adminMute = user.second.audioMuted;
+            entry.videoMute = user.second.videoMuted;
+            entry.isHost = user.second.isHost;
+            entry.isCohost = user.second.isCohost;
+        }
     }
+    for (const auto& user : users) LOG_DEBUG("----[sync] user name : {}-----", user.second.name);
     return 0;
 }
 
