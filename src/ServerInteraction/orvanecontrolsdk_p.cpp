@@ -83,11 +83,11 @@ void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::s
     {
         std::lock_guard<std::mutex> lock(mutex_);
         t = trans;
-        if (t == nullptr) {
-            LOG_ERROR("OrvaneControlSDk_private::sendCommand: 没有发送通道,无法处理\n");
-            return;
-        }
-        requests[type] = data;
+        if (t != nullptr) requests[type] = data;
+    }
+    if (t == nullptr) {
+        LOG_ERROR("OrvaneControlSDk_private::sendCommand: 没有发送通道,无法处理\n");
+        return;
     }
     std::string text;
     try {
