@@ -1,6 +1,7 @@
 #include "confsdk_p.h"
 
 #include <chrono>
+#include <future>
 
 #include "CallSignal/conf_state.h"
 #include "OrvaneLogic/orvanelogic_qv.h"
@@ -49,7 +50,12 @@ OrvaneSDKPrivate::OrvaneSDKPrivate(const std::string& platformName, const std::s
     }
     logic->setConfptr(this);
 
-    if (workerThread == nullptr) workerThread = new std::thread(&OrvaneSDKPrivate::_task_worker_loop, this);
+    if (workerThread == nullptr) {
+        workerThread = new std::thread(&OrvaneSDKPrivate::_task_worker_loop, this);
+        // The worker has said hello before the object is handed out: a program
+        // that ends at once must not meet its first log line during exit.
+        workerStarted_.get_future().wait();
+    }
 }
 
 OrvaneSDKPrivate::~OrvaneSDKPrivate() {
@@ -421,6 +427,7 @@ void OrvaneSDKPrivate::cancel_timer_task(uint64_t id) {
 
 void OrvaneSDKPrivate::_task_worker_loop() {
     LOG_DEBUG("confsdk _timer_task_worker_loop: enter");
+    workerStarted_.set_value();
     while (workerRunning) {
         TimerTaskItem task;
         if (!timerTasks.takeNext(task)) break;

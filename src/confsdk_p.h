@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -262,6 +263,7 @@ private:
     void sendSignal(const char* type, const std::string& text);
 
     std::shared_ptr<ORVANE::Clock> clock_;
+    std::promise<void> workerStarted_;
     std::recursive_mutex callMutex_;
     OrvaneLogic_QV* ownedLogic_ = nullptr;
 };

@@ -25,9 +25,6 @@ public:
         sdk->setMediaServiceListener(&app);
         sdk->setOrvaneTrans(&trans);
         ORVANE::AVSDK_Factory::setCreator([this](const std::string&, const std::string&) { return &engine; });
-        // The worker's first line comes from its own thread: let it land
-        // before a test starts reading the log.
-        eventually([this] { return logs.has("confsdk _timer_task_worker_loop: enter"); });
     }
     ~Harness() {
         ORVANE::AVSDK_Factory::setCreator(nullptr);
