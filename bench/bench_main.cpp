@@ -2,7 +2,6 @@
 #include <benchmark/benchmark.h>
 
 #include "harness.h"
-#include "ServerInteraction/orvanecmdtojson.h"
 #include "orvane/vocabulary.h"
 #include "server_events.h"
 
@@ -20,13 +19,8 @@ BENCHMARK(BM_SendCommandToLogic);
 
 // Adding and cancelling a state time-out.
 void BM_TimerAddCancel(benchmark::State& state) {
-    Harness h;
-    h.logs.logger()->set_level(spdlog::level::off);
-    ORVANE::CallLock lock(h.sdk->callMutex());
-    for (auto _ : state) {
-        auto id = h.sdk->add_timer_task(55, [](std::string) {}, "");
-        h.sdk->cancel_timer_task(id);
-    }
+    ORVANE::TimerTaskQueue queue(ORVANE::systemClock());
+    for (auto _ : state) queue.cancel(queue.add(55, [](std::string) {}, ""));
 }
 BENCHMARK(BM_TimerAddCancel);
 
@@ -42,17 +36,23 @@ void BM_DeferredNotification(benchmark::State& state) {
     h.sdk->setListener(&null);
     for (auto _ : state) {
         ORVANE::CallLock lock(h.sdk->callMutex());
-        h.sdk->notifyConf("confsdknotify_endpoint_change", R"([{"externalDeviceId":"d1"}])");
+        h.sdk->app().notify("confsdknotify_endpoint_change", R"([{"externalDeviceId":"d1"}])");
     }
 }
 BENCHMARK(BM_DeferredNotification);
 
-// One REST command from its JSON text to its wire text.
+// One REST command from its JSON text to its wire text on the transport.
 void BM_RestBuilder(benchmark::State& state) {
     LogCapture logs;
     logs.logger()->set_level(spdlog::level::off);
+    FakeTransport trans;
+    ORVANE::ControlSDK control;
+    control.setOrvaneTrans(&trans);
     const std::string data = R"({"confid":"4711","mute":true})";
-    for (auto _ : state) benchmark::DoNotOptimize(CtrlSDKUtils::OrvaneCmdToJson::confControl_mute_all(data));
+    for (auto _ : state) {
+        control.sendCommand(ORVANE::CONF::MUTEALL, data);
+        trans.clear();
+    }
 }
 BENCHMARK(BM_RestBuilder);
 

@@ -11,15 +11,7 @@ thread_local int t_depth = 0;
 thread_local bool t_delivering = false;
 thread_local std::deque<std::function<void()>> t_pending;
 
-void runGuarded(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const std::exception& e) {
-        LOG_ERROR("an application callback threw: {}", e.what());
-    } catch (...) {
-        LOG_ERROR("an application callback threw an unknown exception");
-    }
-}
+void runGuarded(const std::function<void()>& call) { runContained("an application callback threw", call); }
 }  // namespace
 
 CallLock::CallLock(std::recursive_mutex& mutex) : mutex_(mutex) {

@@ -1,6 +1,6 @@
 #include "orvane/confsdk.h"
 
-#include "callid.h"
+#include "CallSignal/callid.h"
 #include "confsdk_p.h"
 #include "logger.h"
 
@@ -56,7 +56,6 @@ ConfSDK::ConfSDK(const std::string& platformName, const std::string& createParam
     LOG_DEBUG("ConfSDK::ConfSDK ctor enter\n");
     seedCallIdGenerator();
     d = new OrvaneSDKPrivate(platformName, createParam);
-    setConfsdkPrivate(d);
 }
 
 void ConfSDK::sendCommand(const std::string& type, const std::string& data) {

@@ -3,25 +3,29 @@
 #include <nlohmann/json.hpp>
 
 #include <atomic>
-#include <cstdint>
 #include <functional>
 #include <future>
-#include <map>
 #include <memory>
+#include <optional>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "CallSignal/call_signals.h"
 #include "CallSignal/conf_state.h"
+#include "NotificationFilter/av_event_filter.h"
+#include "PortalReporter/portalreporter.h"
+#include "app_channel.h"
 #include "clock.h"
+#include "device_identity.h"
+#include "endpoint_cache.h"
 #include "orvane/avsdk.h"
 #include "orvane/confsdk.h"
 #include "orvane/controlsdk.h"
 #include "orvane/orvanelogic.h"
 #include "orvane/transsdk.h"
 #include "orvaneconference.h"
-#include "timer_manager.h"
 #include "timer_task.h"
 
 class OrvaneLogic_QV;
@@ -29,8 +33,6 @@ class OrvaneLogic_QV;
 namespace ORVANE {
 
 class AVSDKWrapper_QV;
-class PortalReporter;
-class LayoutCatalogue;
 
 // What a central object is built on. The exported factory uses the defaults;
 // a test builds its own object with a manual clock and services of its own.
@@ -38,17 +40,25 @@ struct SdkEnv {
     std::shared_ptr<Clock> clock;                 // null: the real clocks
     bool processWide = true;                      // use the process's one logic object
     OrvaneLogic_Interface* logic = nullptr;       // a logic object to use instead (not owned)
+    // False: no worker thread; whoever drives the clock runs the due
+    // time-outs with runDueTimers, on its own thread.
+    bool timerWorker = true;
 };
 
 }  // namespace ORVANE
 
-// The one central object of the library: it holds the identity, the
-// conference record and the state machine, and reaches every other service.
+// The one central object of the library. It routes the application's
+// commands, the servers' replies and events and the engine's notifications,
+// and owns the parts that keep the call: the device identity, the
+// conference record, the endpoint cache, the call machine with its
+// time-outs, the call-signal sender and the engine-event filter.
 //
-// Locking: the state machine, _conf, the identity fields, the status flags and
-// the service pointers are guarded by callMutex, taken through CallLock by
-// every entry from outside (application, transport, engine, timers).
-// Listener calls made under it are delivered after it is released.
+// Locking: the call lock (callMutex, taken through CallLock by every entry
+// from outside) guards the call machine, the conference record, the
+// identity and the media engine pointers. The endpoint cache, the
+// application channel, the control channel and the timer queue guard
+// themselves. Listener calls made under the call lock are delivered after it
+// is released.
 class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
                          public ORVANE::AVSDK::Listener,
                          public ORVANE::ConfSDK::ConfControlService,
@@ -61,10 +71,10 @@ public:
     OrvaneSDKPrivate(const OrvaneSDKPrivate&) = delete;
     OrvaneSDKPrivate& operator=(const OrvaneSDKPrivate&) = delete;
 
-    // ControlSDK::Listner
+    // ControlSDK::Listner: server replies and events, on the transport's thread.
     void onCtrlCommand(const std::string& type, const std::string& json) override;
     void onCtrlNotify(const std::string& type, const std::string& json) override;
-    // AVSDK::Listener
+    // AVSDK::Listener: the engine's notifications, on its thread.
     void onNotify(std::string group, std::string cmd, std::string data) override;
 
     // ConfControlService
@@ -75,8 +85,8 @@ public:
     void getLayoutSize(ORVANE::Rect container, int layoutId, int sumCount, int* width, int* height) override;
     ORVANE::Rect fitRect(ORVANE::Rect container, int width, int height) override;
     ORVANE::Rect getCellRect(ORVANE::Rect container, int layoutId, int sumCount, int index) override;
-    ORVANE::Rect computeCellRect(ORVANE::Rect container, int spacing, int margin, int gridRow, int gridColumn, int width, int height,
-                         int rowStart, int rowEnd, int colStart, int colEnd) override;
+    ORVANE::Rect computeCellRect(ORVANE::Rect container, int spacing, int margin, int gridRow, int gridColumn,
+                                 int width, int height, int rowStart, int rowEnd, int colStart, int colEnd) override;
     void setLayoutOrder(std::string key, std::vector<std::string> list) override;
     std::vector<std::string> getLayoutOrder(std::string key) override;
     std::vector<std::string> mergeLayoutOrder(std::string key, std::vector<std::string> list) override;
@@ -94,8 +104,8 @@ public:
 
     // The facade's operations.
     void sendCommand(const std::string& type, const std::string& data);
-    void setListener(ORVANE::ConfSDK::Listener* l);
-    void setMediaServiceListener(ORVANE::AVSDK::Listener* l);
+    void setListener(ORVANE::ConfSDK::Listener* l) { app_.setListener(l); }
+    void setMediaServiceListener(ORVANE::AVSDK::Listener* l) { app_.setMediaListener(l); }
     void setOrvaneTrans(ORVANE::TransSDK* t);
     int initMediaService(const std::string& platformName, const std::string& initPara);
     int reinit();
@@ -108,19 +118,37 @@ public:
     void setMediaServiceUIType(const std::string& type);
     void runUiTask();
 
-    // Call signals to the call server.
-    int callserver_register();
-    int callserver_unregister();
-    int callserver_invite(std::string dialnum);
-    int callserver_bye(const std::string& dialnum);
-    int callserver_ack();
-    int callserver_accepted(std::string dialnum);
-    int callserver_ok(const std::string& av_userid);
-    int callserver_update(const std::string& av_userid);
-    int callserver_error(int code, const std::string& message);
+    // The parts, for the subsystems that work on them. Those without a lock
+    // of their own are used under the call lock.
+    ORVANE::OrvaneConference& conf() { return conf_; }
+    ORVANE::DeviceIdentity& identity() { return identity_; }
+    ORVANE::EndpointCache& endpoints() { return endpoints_; }
+    ORVANE::AppChannel& app() { return app_; }
+    ORVANE::ControlSDK& control() { return control_; }
+    ORVANE::CallSignalSender& signals() { return signals_; }
+    ConfStateMachine& machine() { return machine_; }
+    // The media engine as everybody uses it (for "QV" the wrapper); null
+    // before initMediaService.
+    ORVANE::AVSDK* media() const { return av_; }
+    // The application draws its own meeting window.
+    bool customUiMode() const { return customUiMode_; }
+    std::recursive_mutex& callMutex() { return callMutex_; }
+    ORVANE::Clock& clock() { return *clock_; }
 
-    // Conference record.
+    // Fills the conference record and the status flags from conference
+    // information; the parsed JSON, or null when it does not parse.
     nlohmann::json parseConfinfo(const std::string& data);
+    // The same in two steps: what the information would make of the record,
+    // and taking it. A start that the call machine refuses takes nothing.
+    struct PendingConference {
+        nlohmann::json parsed;  // null when the text does not parse
+        ORVANE::OrvaneConference conf;
+        std::optional<std::string> zak;  // read: to be handed to the engine
+        std::optional<ORVANE::ConferenceFlags> flags;
+    };
+    PendingConference readConfinfo(const std::string& data);
+    void commitConfinfo(const PendingConference& pending);
+    // The participant's engine user id, or device, by the endpoint cache.
     std::string getAvUseridFromDeviceID(const std::string& deviceId);
     std::string getDeviceidFromAvUserid(const std::string& userid);
     // Ends the call's data: the record, the status flags and the endpoint cache.
@@ -128,128 +156,35 @@ public:
 
     // Status synchronisation.
     int syncAllCacheStatusFromAVSDK();
-    // The request to send for "confSyncdata", or an empty text to send the
-    // application's own.
+    // The text of a "confSyncdata" command as it is to be sent; empty to send
+    // the application's own.
     std::string checkSyncCommand(const std::string& data);
     nlohmann::json getControlPanel(const nlohmann::json& endpoints);
-    // Hands a control panel of these endpoints to the portal reporter.
+    // Hands the control panel of these endpoints to the portal reporter.
     void reportControlPanel(const nlohmann::json& endpoints);
+    // Waits until the control commands and the reports handed over so far
+    // have been dealt with; for whoever drives the library step by step.
+    bool waitUntilIdle();
+    // The control panel is being synchronised with a portal: changes of
+    // status are reported as they happen.
+    bool syncing() const { return syncing_; }
+    void setSyncing(bool on) { syncing_ = on; }
+    // The engine's list of users may have changed since the cache last
+    // read it.
+    void engineUsersChanged() { engineUsersStale_ = true; }
 
-    // Server replies and events.
-    int onJoinMsgMyOwn(const nlohmann::json& event);
-    void callH323device(const std::string& deviceName, const std::string& deviceIp, const std::string& deviceType,
-                        const std::string& cmdId);
+    // The state of the call machine, an AvState.
+    int callState();
+    // Runs every time-out that is due now, on the calling thread.
+    void runDueTimers();
 
-    // The end of a meeting, and why.
-    int onCtrlNotify_send_bye_reason(const std::string& server_reason, const std::string& av_reason);
-    void mapMeetingFailReason(const std::string& reason, std::string& code, std::string& errMsg);
-    bool isHostInMeeting();
-    // Stops the call-out timer of the meeting, if one runs.
-    void stopH323Timer();
-
-    // The media engine's notifications.
-    bool av_notification_filter(const std::string& group, const std::string& cmd, std::string& data);
-    void _av_login();
-    bool avfilter_ignore(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onSdkReady(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onLogin(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCallEnd(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onEndReason(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCallConnected(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCallFailed(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCallStatusChanged(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onUserAudioStatusChange(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onUserVideoStatusChange(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onHostChangeNotification(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCoHostChangeNotification(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onHostRequestStartAudio(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onHostRequestStartVideo(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onActiveSpeakerVideoUserChanged(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onActiveVideoUserChanged(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onComputerCamDeviceChanged(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onComputerMicDeviceChanged(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onCloudRecordingStatus(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onMeetingLocked(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onSharingStatus(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onUserJoin(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onUserLeft(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onH323DeviceJoin(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onEndMeetingBtnClicked(const std::string& group, const std::string& cmd, std::string& data);
-    bool avfilter_onInviteBtnClicked(const std::string& group, const std::string& cmd, std::string& data);
-    bool onH323CalloutStatusNotifyConfSdk(const std::string& group, const std::string& cmd, std::string& data);
-
-    // Timed tasks of the state machine.
-    uint64_t add_timer_task(int64_t seconds, std::function<void(std::string)> callback, std::string arg);
-    void cancel_timer_task(uint64_t id);
+private:
     void _task_worker_loop();
-
-    // To the application, delivered once no library lock is held.
-    void notifyConf(const std::string& type, const std::string& data);
-    void replyConf(const std::string& type, const std::string& data);
-    void notifyAvListener(const std::string& group, const std::string& cmd, const std::string& data);
+    void runTimerTask(ORVANE::TimerTaskItem& task);
     // Runs `step` under the call lock again once the notifications made so
     // far on this thread have reached the application.
     void continueAfterDeliveries(std::function<void()> step);
-    // The transport's text for an error id; empty without a transport.
-    std::string errMsgFromId(const std::string& id);
 
-    ORVANE::Clock& clock() { return *clock_; }
-    std::recursive_mutex& callMutex() { return callMutex_; }
-
-    // Fields, in the order of the central object's description.
-    ORVANE::TransSDK* trans = nullptr;
-    ORVANE::ControlSDK* control = nullptr;
-    ORVANE::AVSDK* av = nullptr;
-    ORVANE::AVSDKWrapper_QV* avWrapper = nullptr;
-    OrvaneLogic_Interface* logic = nullptr;
-    ORVANE::PortalReporter* reporter = nullptr;
-    ORVANE::LayoutCatalogue* layoutConfig = nullptr;
-    bool customUiMode = false;
-    std::string createParam;
-
-    std::string my_dial_num;
-    std::string user_id;
-    std::string serial_number;
-    std::string device_name;
-    std::string device_type;
-    std::string device_id;
-    bool is_meeting_room_device = false;
-    std::string register_user_id;
-    std::string register_user_name;
-    std::string av_user;
-    std::string av_password;
-
-    ORVANE::OrvaneConference _conf;
-    ConfStateMachine* stateMachine = nullptr;
-    std::thread* workerThread = nullptr;
-    std::atomic<bool> workerRunning{true};
-    ORVANE::TimerTaskQueue timerTasks;
-
-    bool muteAll = false;
-    bool allowUnmute = false;
-    bool locked = false;
-    bool hostVideoWhenEntering = false;
-    bool participantVideoWhenEntering = false;
-
-    std::map<std::string, ORVANE::EpStatus> epStatusList;
-    std::mutex epStatusMutex;
-
-    ORVANE::ConfSDK::Listener* listener = nullptr;
-    ORVANE::AVSDK::Listener* avListener = nullptr;
-    std::string av_platform_name = "QV";
-    bool syncing = false;
-    std::vector<std::string> simulatedGuids;
-
-    std::vector<nlohmann::json> device_vector;  // H.323 call-outs in hand
-    nlohmann::json current_device;
-    uint64_t h323_timer_id = 0;
-    timer::manager h323Timer;
-    bool h323_call_settled = false;
-    std::string last_h323_userid;
-    std::atomic<bool> sdkReady{false};
-
-private:
-    ORVANE::AVSDK* getMediaServiceQuiet();
     // The kinds of server event.
     void onConfManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
     void onParticipantJoin(const std::string& type, nlohmann::json& args);
@@ -259,27 +194,34 @@ private:
     void onDeviceManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
     void onDeviceRegister(const nlohmann::json& event);
     void onCallSignal(nlohmann::json& args);
-    void storeCallId(const std::string& id);
-    void sendSignal(const char* type, const std::string& text);
+    int onJoinMsgMyOwn(const nlohmann::json& event);
+    ORVANE::AVSDK* mediaQuiet();
 
     std::shared_ptr<ORVANE::Clock> clock_;
-    std::promise<void> workerStarted_;
     std::recursive_mutex callMutex_;
-    OrvaneLogic_QV* ownedLogic_ = nullptr;
+    ORVANE::AppChannel app_;
+    ORVANE::ControlSDK control_;
+    ORVANE::DeviceIdentity identity_;
+    ORVANE::OrvaneConference conf_;
+    ORVANE::EndpointCache endpoints_;
+    ORVANE::PortalReporter reporter_{control_};
+    ORVANE::TimerTaskQueue timerTasks_;
+    ORVANE::CallSignalSender signals_;
+    ConfStateMachine machine_;
+    ORVANE::AvEventFilter filter_;
+
+    ORVANE::AVSDK* av_ = nullptr;
+    std::unique_ptr<ORVANE::AVSDKWrapper_QV> avWrapper_;
+    std::string avPlatformName_;
+    bool customUiMode_ = false;
+    std::atomic<bool> syncing_{false};
+    // Under the call lock: the cache has not read the engine's users since
+    // the engine's list may have changed.
+    bool engineUsersStale_ = true;
+    OrvaneLogic_Interface* logic_ = nullptr;
+    std::unique_ptr<OrvaneLogic_QV> ownedLogic_;
+
+    std::atomic<bool> workerRunning_{true};
+    std::promise<void> workerStarted_;
+    std::thread worker_;
 };
-
-namespace ORVANE {
-
-// The engine's password arrives in base64: a new NUL-terminated buffer of
-// the decoded bytes, to be released with free(). Decoding stops at the first
-// "=" or character outside the standard alphabet. Null when out of memory.
-char* base64Decode(const char* text, int length);
-// The number of engine events the filter has a handler for.
-size_t avNotifyHandlerCount();
-
-// The central object of the process, for code that has no ConfSDK at hand.
-// Set by the ConfSDK constructor.
-::OrvaneSDKPrivate* confsdkPrivate();
-void setConfsdkPrivate(::OrvaneSDKPrivate* p);
-
-}  // namespace ORVANE

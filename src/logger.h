@@ -15,6 +15,11 @@ void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger);
 // The application's logger as it stands, possibly empty (no fallback).
 std::shared_ptr<spdlog::logger> orvaneLoggerHandle();
 
+// Runs `call` on a thread of the library's or of a foreign module: an
+// exception is logged under `context` and goes no further.
+template <typename F>
+void runContained(const char* context, F&& call);
+
 namespace detail {
 // "ORVANE::ConfSDK::sendCommand" out of a __PRETTY_FUNCTION__ text.
 std::string qualifiedFunctionName(const char* prettyFunction);
@@ -54,3 +59,14 @@ private:
 // The same, for a helper that reports in the name of its caller.
 #define LOG_JSON_ERROR_AT(where, what, data) \
     LOG_ERROR("json ERROR! confsdk:{}, json error={}, data={}", (where), (what), (data))
+
+template <typename F>
+void ORVANE::runContained(const char* context, F&& call) {
+    try {
+        call();
+    } catch (const std::exception& e) {
+        LOG_ERROR("{}: {}", context, e.what());
+    } catch (...) {
+        LOG_ERROR("{}: unknown exception", context);
+    }
+}

@@ -41,10 +41,5 @@ void OrvaneConference::reset() {
     microphone = true;
 }
 
-nlohmann::json EpStatus::toJson() const {
-    return {{"externalDeviceId", externalDeviceId}, {"isOperator", isHost || isCohost},
-            {"adminMute", adminMute},               {"videoMute", videoMute},
-            {"isHost", isHost},                     {"isCohost", isCohost}};
-}
 
 }  // namespace ORVANE

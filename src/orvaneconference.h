@@ -26,18 +26,5 @@ struct OrvaneConference {
     void reset();
 };
 
-// One participant of the media meeting, keyed by the engine's user id.
-struct EpStatus {
-    std::string userid;
-    std::string externalDeviceId;  // empty: not yet tied to a device
-    std::string name;
-    bool adminMute = false;
-    bool videoMute = false;
-    bool isHost = false;
-    bool isCohost = false;
-
-    // The endpoint status object sent to the servers.
-    nlohmann::json toJson() const;
-};
 
 }  // namespace ORVANE

@@ -45,6 +45,14 @@ bool TimerTaskQueue::takeNext(TimerTaskItem& out) {
     return true;
 }
 
+bool TimerTaskQueue::takeDue(TimerTaskItem& out) {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (stopped || items.empty() || items.back().due > clock_->systemTicks()) return false;
+    out = std::move(items.back());
+    items.pop_back();
+    return true;
+}
+
 void TimerTaskQueue::clear() {
     std::lock_guard<std::mutex> lock(mutex);
     items.clear();

@@ -32,6 +32,8 @@ public:
     // Blocks until the next task is due and moves it out. False once the
     // queue has been shut down.
     bool takeNext(TimerTaskItem& out);
+    // Moves the next task out if it is due now; never blocks.
+    bool takeDue(TimerTaskItem& out);
     // Drops every queued task; ids go on counting.
     void clear();
     // Ends every wait in takeNext for good.

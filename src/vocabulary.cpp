@@ -1,149 +1,148 @@
 #include "orvane/vocabulary.h"
 
-#include "vocabulary_internal.h"
+// Every exported word, with the namespace it belongs to.
+#define ORVANE_VOCABULARY(X) \
+    X(CONF, ROOMSEARCH, "confRoomsearch") \
+    X(CONF, ROOMAVAILABLE, "confRoomavailable") \
+    X(CONF, ROOMSHAREDLINK, "confRoomsharedlink") \
+    X(CONF, ROOMOWNER, "confRoomowner") \
+    X(CONF, ROOMINFO, "confRoominfo") \
+    X(CONF, ROOMUPDATE, "confRoomupdate") \
+    X(CONF, ROOMCREATE, "confRoomcreate") \
+    X(CONF, ROOMDELETE, "confRoomdelete") \
+    X(CONF, TEMPLATEDETAIL, "confTemplatedetail") \
+    X(CONF, TEMPLATEUPDATE, "confTemplateupdate") \
+    X(CONF, TEMPLATECREATE, "confTemplatecreate") \
+    X(CONF, TEMPLATEDELETE, "confTemplatedelete") \
+    X(CONF, TEMPLATESEARCH, "confTemplatesearch") \
+    X(CONF, LOCALROOMDETAIL, "confLocalRoomdetail") \
+    X(CONF, LOCALROOMSEARCH, "confLocalRoomsearch") \
+    X(CONF, CALENDARPREVIEW, "confCalendarPreview") \
+    X(CONF, PING, "confping") \
+    X(CONF, SEARCH, "confsearch") \
+    X(CONF, INFO, "confinfo") \
+    X(CONF, SHORTINFO, "shortconfinfo") \
+    X(CONF, CREATE, "confcreate") \
+    X(CONF, UPDATE, "confupdate") \
+    X(CONF, CONFDELETE, "confdelete") \
+    X(CONF, CONFEXTEND, "confextend") \
+    X(CONF, CONFINFO_BY_DIALNUM, "confinfo_by_dialnum") \
+    X(CONF, JOIN, "confControljoin") \
+    X(CONF, TERMINATE, "confControlterminate") \
+    X(CONF, ADDPARTICIPANT, "confControlAddParticipant") \
+    X(CONF, LAYOUT, "confControllayout") \
+    X(CONF, MUTEAUDIO, "confControlmuteaudio") \
+    X(CONF, MUTEVIDEO, "confControlmutevideo") \
+    X(CONF, MUTEAUDIOLOCAL, "confControlmuteaudiolocal") \
+    X(CONF, ADMINALLOWUNMUTE, "confControladminallowunmute") \
+    X(CONF, MUTEALL, "confControlmuteAll") \
+    X(CONF, AUTHORITY, "confControlauthority") \
+    X(CONF, MAKEHOST, "confControlmakehost") \
+    X(CONF, RECLAIMHOST, "confControlreclaimhost") \
+    X(CONF, MAKECOHOST, "confControlmakecohost") \
+    X(CONF, HANDUP, "confControlhandup") \
+    X(CONF, LOCKMEETING, "confControllockmeeting") \
+    X(CONF, SIGNCONTROL, "confControlsigncontrol") \
+    X(CONF, SIGNING, "confControlsigning") \
+    X(CONF, ROLLCONTROL, "confControlrollcontrol") \
+    X(CONF, ROLLING, "confControlrolling") \
+    X(CONF, DISCONNECTPARTICIPANT, "confControldisconnectparticipant") \
+    X(CONF, PRERECORD, "confPrerecord") \
+    X(CONF, SYNCDATA, "confSyncdata") \
+    X(CONF, CHANGEINVITEMODE, "confChangeinvitemode") \
+    X(CONF, CONTENTSHARE, "confControlcontentshare") \
+    X(CONF, ENDPOINTS, "confControlendpoints") \
+    X(CONF, LEGACYS, "confControllegacys") \
+    X(CONF, REFUSE, "confControlrefuse") \
+    X(CONF, CONNECTIONSTATUS, "confControlconnectionstatus") \
+    X(CONF, CONTROLCOMMANDRESP, "controlCommandResp") \
+    X(CONF, SYNCCONTROLPANEL, "confControlSyncControlpanel") \
+    X(CONF, DeviceMetadata, "confDeviceMetadata") \
+    X(CONF, DeviceDetails, "confDeviceDetails") \
+    X(CONF, DeviceSearch, "confDeviceSearch") \
+    X(CONF, DeviceList, "confDeviceList") \
+    X(CONF, TURNASCONTROLLER, "turnascontroller") \
+    X(CONF, STARTCONF, "startconf") \
+    X(CONF, REJECTCONF, "rejectconf") \
+    X(CONF, LEAVECONF, "leaveconf") \
+    X(CONF, ENDCONF, "endconf") \
+    X(CONF, NOTIFY, "confnotify") \
+    X(CONF, SHAREDLINK, "confsharedlink") \
+    X(CONF, UPDATEDEVICENAME, "confUpdatedevicename") \
+    X(CONF, UPDATEGUESTNAME, "confUpdateGuestName") \
+    X(CONF, DEVICEMGR_EXTENSION, "devicemgr_extension") \
+    X(CONFNOTIFY, ENPOINTCHANGED, "confsdknotify_endpoint_change") \
+    X(CONFNOTIFY, CANCELED, "confsdknotify_canceled") \
+    X(CONFNOTIFY, RECV_INVITE, "confsdknotify_recv_invite") \
+    X(CONFNOTIFY, DEVICE_NAME_CHANGED, "confsdknotify_DEVICE_NAME_CHANGED") \
+    X(CONFNOTIFY, INTERNAL_EXCEPTION_IN_MEETING, "confsdknotify_internal_exception_in_meeting") \
+    X(CONFNOTIFY, EXCEPTION_IN_MEETING, "confsdknotify_exception_in_meeting") \
+    X(CONFNOTIFY, CONF_EVENT_REASON, "confsdknotify_event_reason") \
+    X(CONFNOTIFY, NEED_PASSCODE, "confsdknotify_need_passcode") \
+    X(CONFNOTIFY, DO_INTERNAL_TASK_MUST_IN_UI_THREAD, "confsdknotify_do_internal_task_must_in_ui_thread") \
+    X(CONFNOTIFY, REGINFO, "REGINFO") \
+    X(CONFNOTIFY, HOSTREQUEST, "confsdknotify_host_request") \
+    X(CONFNOTIFY, NOT_REGISTERED, "confsdknotify_not_registered") \
+    X(CONFNOTIFY, EXCPT_REASON_SRV_NO_ACCEPTED_AFTER_CLIENT_INVITE, "CONFSDK_NO_ACCEPTED") \
+    X(CONFNOTIFY, EXCPT_REASON_TIMEOUT_ON_JOIN, "CONFSDK_TIMEOUT_ON_JOIN") \
+    X(CONFNOTIFY, EXCPT_REASON_RECV_ERROR_FROM_SERVER, "conf_exception_03") \
+    X(CONFNOTIFY, EXCPT_REASON_COMMUNICATE_FAILED_WITH_AVSERVER, "CONFSDK_AVSERVER_TIMEOUT") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_LOCKED, "CONFERENCE_JOIN_FAIL_LOCKED_STATUS") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_NETWORK_ERR, "CONFSDK_JOIN_FAIL_NETWORK_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_RECONNECT_ERR, "CONFSDK_JOIN_FAIL_RECONNECT_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_MMR_ERR, "CONFSDK_JOIN_FAIL_MMR_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_PASSWORD_ERR, "CONFSDK_JOIN_FAIL_PASSWORD_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_SESSION_ERR, "CONFSDK_JOIN_FAIL_SESSION_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_MEETING_OVER, "CONFSDK_JOIN_FAIL_MEETING_OVER") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_MEETING_NOT_START, "CONFSDK_JOIN_FAIL_MEETING_NOT_START") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_MEETING_NOT_EXIST, "CONFSDK_JOIN_FAIL_MEETING_NOT_EXIST") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_USER_FULL, "CONFSDK_JOIN_FAILED_USER_FULL") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_CLIENT_INCOMPATIBLE, "CONFSDK_JOIN_FAIL_CLIENT_INCOMPATIBLE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_NO_MMR, "CONFSDK_JOIN_FAIL_NO_MMR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_LOCKED_STATUS, "CONFSDK_JOIN_FAIL_LOCKED_STATUS") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_MEETING_RESTRICTED, "CONFSDK_JOIN_FAIL_MEETING_RESTRICTED") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_RESTRICTED_JBH, "CONFSDK_JOIN_FAIL_MEETING_RESTRICTED_JBH") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_EMIT_WEBREQUEST, "CONFSDK_JOIN_FAIL_CANNOT_EMIT_WEBREQUEST") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_CANNOT_START_TOKENEXPIRE, "CONFSDK_JOIN_FAIL_CANNOT_START_TOKENEXPIRE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_SESSION_VIDEO_ERR, "CONFSDK_JOIN_FAIL_SESSION_VIDEO_ERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_SESSION_AUDIO_AUTOSTARTERR, "CONFSDK_JOIN_FAIL_SESSION_AUDIO_AUTOSTARTERR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_REGISTERWEBINAR_FULL, "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_FULL") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_REGISTERWEBINAR_HOSTREGISTER, "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_HOSTREGISTER") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_REGISTERWEBINAR_PANELISTREGISTER, "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_PANELISTREGISTER") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_REGISTERWEBINAR_DENIED_EMAIL, "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_DENIED_EMAIL") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_ENFORCE_LOGIN, "CONFSDK_JOIN_FAIL_ENFORCE_LOGIN") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_ZC_CERTIFICATE_CHANGED, "CONFSDK_JOIN_FAIL_ZC_CERTIFICATE_CHANGED") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_VANITY_NOT_EXIST, "CONFSDK_JOIN_FAIL_VANITY_NOT_EXIST") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_JOIN_WEBINAR_WITHSAMEEMAIL, "CONFSDK_JOIN_FAIL_JOIN_WEBINAR_WITHSAMEEMAIL") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_DISALLOW_HOST_MEETING, "CONFSDK_JOIN_FAIL_DISALLOW_HOST_MEETING") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_WRITE_CONFIG_FILE, "CONFSDK_JOIN_FAIL_WRITE_CONFIG_FILE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FORBID_TO_JOIN_INTERNAL_MEETING, "CONFSDK_JOIN_FAIL_FORBID_TO_JOIN_INTERNAL_MEETING") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_REMOVED_BY_HOST, "CONFSDK_JOIN_FAIL_REMOVED_BY_HOST") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_NO_INVITATION_INFORMATION, "CONFSDK_NO_INVITATION_INFORMATION") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_INVALID_ARGUMENTS, "CONFSDK_JOIN_FAIL_INVALID_ARGUMENTS") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_INVALID_USERTYPE, "CONFSDK_JOIN_FAIL_INVALID_USERTYPE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_IN_ANOTHER_MEETING, "CONFSDK_JOIN_FAIL_IN_ANOTHER_MEETING") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_TOO_FREQUENCE_CALL, "CONFSDK_JOIN_FAIL_TOO_FREQUENCE_CALL") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_WRONG_USAGE, "CONFSDK_JOIN_FAIL_WRONG_USAGE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_USE_API_FAILED, "CONFSDK_JOIN_FAIL_USE_API_FAILED") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_BASE, "CONFSDK_JOIN_FAIL_VB_BASE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_SETERROR, "CONFSDK_JOIN_FAIL_VB_SETERROR") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_MAXIMUMNUM, "CONFSDK_JOIN_FAIL_VB_MAXIMUMNUM") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_SAVEIMAGE, "CONFSDK_JOIN_FAIL_VB_SAVEIMAGE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_REMOVENONE, "CONFSDK_JOIN_FAIL_VB_REMOVENONE") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_NOSUPPORT, "CONFSDK_JOIN_FAIL_VB_NOSUPPORT") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_VB_GREENSCREEN_NOSUPPORT, "CONFSDK_JOIN_FAIL_VB_GREENSCREEN_NOSUPPORT") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_INCORRECT_MEETING_NUMBER, "CONFSDK_JOIN_FAIL_INCORRECT_MEETING_NUMBER") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_FAIL_TIMEOUT, "CONFSDK_JOIN_FAIL_TIMEOUT") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_FAIL_WEBSERVICE_FAILED, "CONFSDK_JOIN_FAIL_WEBSERVICE_FAILED") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_EXIT_WHEN_WAITING_HOSTSTART, "CONFSDK_JOIN_FAIL_EXIT_WHEN_WAITING_HOSTSTART") \
+    X(CONFNOTIFY, EXCPT_REASON_CONF_FAIL_INVALID_STATUS, "CONFSDK_JOIN_FAIL_INVALID_STATUS") \
+    X(CONFNOTIFY, EXCPT_REASON_JOIN_MEETING_FAILED, "CONFSDK_JOIN_MEETING_FAILED")
 
-namespace ORVANE {
-
-namespace CONF {
-const char* const ROOMSEARCH = "confRoomsearch";
-const char* const ROOMAVAILABLE = "confRoomavailable";
-const char* const ROOMSHAREDLINK = "confRoomsharedlink";
-const char* const ROOMOWNER = "confRoomowner";
-const char* const ROOMINFO = "confRoominfo";
-const char* const ROOMUPDATE = "confRoomupdate";
-const char* const ROOMCREATE = "confRoomcreate";
-const char* const ROOMDELETE = "confRoomdelete";
-const char* const TEMPLATEDETAIL = "confTemplatedetail";
-const char* const TEMPLATEUPDATE = "confTemplateupdate";
-const char* const TEMPLATECREATE = "confTemplatecreate";
-const char* const TEMPLATEDELETE = "confTemplatedelete";
-const char* const TEMPLATESEARCH = "confTemplatesearch";
-const char* const LOCALROOMDETAIL = "confLocalRoomdetail";
-const char* const LOCALROOMSEARCH = "confLocalRoomsearch";
-const char* const CALENDARPREVIEW = "confCalendarPreview";
-const char* const PING = "confping";
-const char* const SEARCH = "confsearch";
-const char* const INFO = "confinfo";
-const char* const SHORTINFO = "shortconfinfo";
-const char* const CREATE = "confcreate";
-const char* const UPDATE = "confupdate";
-const char* const CONFDELETE = "confdelete";
-const char* const CONFEXTEND = "confextend";
-const char* const CONFINFO_BY_DIALNUM = "confinfo_by_dialnum";
-const char* const JOIN = "confControljoin";
-const char* const TERMINATE = "confControlterminate";
-const char* const ADDPARTICIPANT = "confControlAddParticipant";
-const char* const LAYOUT = "confControllayout";
-const char* const MUTEAUDIO = "confControlmuteaudio";
-const char* const MUTEVIDEO = "confControlmutevideo";
-const char* const MUTEAUDIOLOCAL = "confControlmuteaudiolocal";
-const char* const ADMINALLOWUNMUTE = "confControladminallowunmute";
-const char* const MUTEALL = "confControlmuteAll";
-const char* const AUTHORITY = "confControlauthority";
-const char* const MAKEHOST = "confControlmakehost";
-const char* const RECLAIMHOST = "confControlreclaimhost";
-const char* const MAKECOHOST = "confControlmakecohost";
-const char* const HANDUP = "confControlhandup";
-const char* const LOCKMEETING = "confControllockmeeting";
-const char* const SIGNCONTROL = "confControlsigncontrol";
-const char* const SIGNING = "confControlsigning";
-const char* const ROLLCONTROL = "confControlrollcontrol";
-const char* const ROLLING = "confControlrolling";
-const char* const DISCONNECTPARTICIPANT = "confControldisconnectparticipant";
-const char* const PRERECORD = "confPrerecord";
-const char* const SYNCDATA = "confSyncdata";
-const char* const CHANGEINVITEMODE = "confChangeinvitemode";
-const char* const CONTENTSHARE = "confControlcontentshare";
-const char* const ENDPOINTS = "confControlendpoints";
-const char* const LEGACYS = "confControllegacys";
-const char* const REFUSE = "confControlrefuse";
-const char* const CONNECTIONSTATUS = "confControlconnectionstatus";
-const char* const CONTROLCOMMANDRESP = "controlCommandResp";
-const char* const SYNCCONTROLPANEL = "confControlSyncControlpanel";
-const char* const DeviceMetadata = "confDeviceMetadata";
-const char* const DeviceDetails = "confDeviceDetails";
-const char* const DeviceSearch = "confDeviceSearch";
-const char* const DeviceList = "confDeviceList";
-const char* const TURNASCONTROLLER = "turnascontroller";
-const char* const STARTCONF = "startconf";
-const char* const REJECTCONF = "rejectconf";
-const char* const LEAVECONF = "leaveconf";
-const char* const ENDCONF = "endconf";
-const char* const NOTIFY = "confnotify";
-const char* const SHAREDLINK = "confsharedlink";
-const char* const UPDATEDEVICENAME = "confUpdatedevicename";
-const char* const UPDATEGUESTNAME = "confUpdateGuestName";
-const char* const DEVICEMGR_EXTENSION = "devicemgr_extension";
-}  // namespace CONF
-
-namespace CONFNOTIFY {
-const char* const ENPOINTCHANGED = "confsdknotify_endpoint_change";
-const char* const CANCELED = "confsdknotify_canceled";
-const char* const RECV_INVITE = "confsdknotify_recv_invite";
-const char* const DEVICE_NAME_CHANGED = "confsdknotify_DEVICE_NAME_CHANGED";
-const char* const INTERNAL_EXCEPTION_IN_MEETING = "confsdknotify_internal_exception_in_meeting";
-const char* const EXCEPTION_IN_MEETING = "confsdknotify_exception_in_meeting";
-const char* const CONF_EVENT_REASON = "confsdknotify_event_reason";
-const char* const NEED_PASSCODE = "confsdknotify_need_passcode";
-const char* const DO_INTERNAL_TASK_MUST_IN_UI_THREAD = "confsdknotify_do_internal_task_must_in_ui_thread";
-const char* const REGINFO = "REGINFO";
-const char* const HOSTREQUEST = "confsdknotify_host_request";
-
-const char* const EXCPT_REASON_SRV_NO_ACCEPTED_AFTER_CLIENT_INVITE = "CONFSDK_NO_ACCEPTED";
-const char* const EXCPT_REASON_TIMEOUT_ON_JOIN = "CONFSDK_TIMEOUT_ON_JOIN";
-const char* const EXCPT_REASON_RECV_ERROR_FROM_SERVER = "conf_exception_03";
-const char* const EXCPT_REASON_COMMUNICATE_FAILED_WITH_AVSERVER = "CONFSDK_AVSERVER_TIMEOUT";
-const char* const EXCPT_REASON_CONF_LOCKED = "CONFERENCE_JOIN_FAIL_LOCKED_STATUS";
-const char* const EXCPT_REASON_CONF_NETWORK_ERR = "CONFSDK_JOIN_FAIL_NETWORK_ERR";
-const char* const EXCPT_REASON_CONF_RECONNECT_ERR = "CONFSDK_JOIN_FAIL_RECONNECT_ERR";
-const char* const EXCPT_REASON_CONF_MMR_ERR = "CONFSDK_JOIN_FAIL_MMR_ERR";
-const char* const EXCPT_REASON_CONF_PASSWORD_ERR = "CONFSDK_JOIN_FAIL_PASSWORD_ERR";
-const char* const EXCPT_REASON_CONF_SESSION_ERR = "CONFSDK_JOIN_FAIL_SESSION_ERR";
-const char* const EXCPT_REASON_CONF_MEETING_OVER = "CONFSDK_JOIN_FAIL_MEETING_OVER";
-const char* const EXCPT_REASON_CONF_MEETING_NOT_START = "CONFSDK_JOIN_FAIL_MEETING_NOT_START";
-const char* const EXCPT_REASON_CONF_MEETING_NOT_EXIST = "CONFSDK_JOIN_FAIL_MEETING_NOT_EXIST";
-const char* const EXCPT_REASON_CONF_USER_FULL = "CONFSDK_JOIN_FAILED_USER_FULL";
-const char* const EXCPT_REASON_CONF_CLIENT_INCOMPATIBLE = "CONFSDK_JOIN_FAIL_CLIENT_INCOMPATIBLE";
-const char* const EXCPT_REASON_CONF_NO_MMR = "CONFSDK_JOIN_FAIL_NO_MMR";
-const char* const EXCPT_REASON_CONF_LOCKED_STATUS = "CONFSDK_JOIN_FAIL_LOCKED_STATUS";
-const char* const EXCPT_REASON_CONF_MEETING_RESTRICTED = "CONFSDK_JOIN_FAIL_MEETING_RESTRICTED";
-const char* const EXCPT_REASON_CONF_RESTRICTED_JBH = "CONFSDK_JOIN_FAIL_MEETING_RESTRICTED_JBH";
-const char* const EXCPT_REASON_CONF_EMIT_WEBREQUEST = "CONFSDK_JOIN_FAIL_CANNOT_EMIT_WEBREQUEST";
-const char* const EXCPT_REASON_CONF_CANNOT_START_TOKENEXPIRE = "CONFSDK_JOIN_FAIL_CANNOT_START_TOKENEXPIRE";
-const char* const EXCPT_REASON_CONF_SESSION_VIDEO_ERR = "CONFSDK_JOIN_FAIL_SESSION_VIDEO_ERR";
-const char* const EXCPT_REASON_CONF_SESSION_AUDIO_AUTOSTARTERR = "CONFSDK_JOIN_FAIL_SESSION_AUDIO_AUTOSTARTERR";
-const char* const EXCPT_REASON_CONF_REGISTERWEBINAR_FULL = "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_FULL";
-const char* const EXCPT_REASON_CONF_REGISTERWEBINAR_HOSTREGISTER = "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_HOSTREGISTER";
-const char* const EXCPT_REASON_CONF_REGISTERWEBINAR_PANELISTREGISTER = "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_PANELISTREGISTER";
-const char* const EXCPT_REASON_CONF_REGISTERWEBINAR_DENIED_EMAIL = "CONFSDK_JOIN_FAIL_REGISTERWEBINAR_DENIED_EMAIL";
-const char* const EXCPT_REASON_CONF_ENFORCE_LOGIN = "CONFSDK_JOIN_FAIL_ENFORCE_LOGIN";
-const char* const EXCPT_REASON_CONF_ZC_CERTIFICATE_CHANGED = "CONFSDK_JOIN_FAIL_ZC_CERTIFICATE_CHANGED";
-const char* const EXCPT_REASON_CONF_VANITY_NOT_EXIST = "CONFSDK_JOIN_FAIL_VANITY_NOT_EXIST";
-const char* const EXCPT_REASON_CONF_JOIN_WEBINAR_WITHSAMEEMAIL = "CONFSDK_JOIN_FAIL_JOIN_WEBINAR_WITHSAMEEMAIL";
-const char* const EXCPT_REASON_CONF_DISALLOW_HOST_MEETING = "CONFSDK_JOIN_FAIL_DISALLOW_HOST_MEETING";
-const char* const EXCPT_REASON_CONF_WRITE_CONFIG_FILE = "CONFSDK_JOIN_FAIL_WRITE_CONFIG_FILE";
-const char* const EXCPT_REASON_CONF_FORBID_TO_JOIN_INTERNAL_MEETING = "CONFSDK_JOIN_FAIL_FORBID_TO_JOIN_INTERNAL_MEETING";
-const char* const EXCPT_REASON_CONF_FAIL_REMOVED_BY_HOST = "CONFSDK_JOIN_FAIL_REMOVED_BY_HOST";
-const char* const EXCPT_REASON_CONF_NO_INVITATION_INFORMATION = "CONFSDK_NO_INVITATION_INFORMATION";
-const char* const EXCPT_REASON_CONF_FAIL_INVALID_ARGUMENTS = "CONFSDK_JOIN_FAIL_INVALID_ARGUMENTS";
-const char* const EXCPT_REASON_CONF_FAIL_INVALID_USERTYPE = "CONFSDK_JOIN_FAIL_INVALID_USERTYPE";
-const char* const EXCPT_REASON_CONF_FAIL_IN_ANOTHER_MEETING = "CONFSDK_JOIN_FAIL_IN_ANOTHER_MEETING";
-const char* const EXCPT_REASON_CONF_FAIL_TOO_FREQUENCE_CALL = "CONFSDK_JOIN_FAIL_TOO_FREQUENCE_CALL";
-const char* const EXCPT_REASON_CONF_FAIL_WRONG_USAGE = "CONFSDK_JOIN_FAIL_WRONG_USAGE";
-const char* const EXCPT_REASON_CONF_FAIL_USE_API_FAILED = "CONFSDK_JOIN_FAIL_USE_API_FAILED";
-const char* const EXCPT_REASON_CONF_FAIL_VB_BASE = "CONFSDK_JOIN_FAIL_VB_BASE";
-const char* const EXCPT_REASON_CONF_FAIL_VB_SETERROR = "CONFSDK_JOIN_FAIL_VB_SETERROR";
-const char* const EXCPT_REASON_CONF_FAIL_VB_MAXIMUMNUM = "CONFSDK_JOIN_FAIL_VB_MAXIMUMNUM";
-const char* const EXCPT_REASON_CONF_FAIL_VB_SAVEIMAGE = "CONFSDK_JOIN_FAIL_VB_SAVEIMAGE";
-const char* const EXCPT_REASON_CONF_FAIL_VB_REMOVENONE = "CONFSDK_JOIN_FAIL_VB_REMOVENONE";
-const char* const EXCPT_REASON_CONF_FAIL_VB_NOSUPPORT = "CONFSDK_JOIN_FAIL_VB_NOSUPPORT";
-const char* const EXCPT_REASON_CONF_FAIL_VB_GREENSCREEN_NOSUPPORT = "CONFSDK_JOIN_FAIL_VB_GREENSCREEN_NOSUPPORT";
-const char* const EXCPT_REASON_CONF_FAIL_INCORRECT_MEETING_NUMBER = "CONFSDK_JOIN_FAIL_INCORRECT_MEETING_NUMBER";
-const char* const EXCPT_REASON_CONF_FAIL_FAIL_TIMEOUT = "CONFSDK_JOIN_FAIL_TIMEOUT";
-const char* const EXCPT_REASON_CONF_FAIL_FAIL_WEBSERVICE_FAILED = "CONFSDK_JOIN_FAIL_WEBSERVICE_FAILED";
-const char* const EXCPT_REASON_CONF_FAIL_EXIT_WHEN_WAITING_HOSTSTART = "CONFSDK_JOIN_FAIL_EXIT_WHEN_WAITING_HOSTSTART";
-const char* const EXCPT_REASON_CONF_FAIL_INVALID_STATUS = "CONFSDK_JOIN_FAIL_INVALID_STATUS";
-const char* const EXCPT_REASON_JOIN_MEETING_FAILED = "CONFSDK_JOIN_MEETING_FAILED";
-}  // namespace CONFNOTIFY
-
-}  // namespace ORVANE
+#define ORVANE_DEFINE_WORD(NAMESPACE, NAME, VALUE) \
+    namespace ORVANE {                              \
+    namespace NAMESPACE {                           \
+    const char* const NAME = VALUE;                 \
+    }                                               \
+    }
+ORVANE_VOCABULARY(ORVANE_DEFINE_WORD)

@@ -28,4 +28,15 @@ inline constexpr const char* ERROR = "ERROR";
 // Notification without an exported constant: the call server took REGISTER.
 inline constexpr const char* NOTIFY_CALLSIGNAL_OK = "confsdknotify_callsignal_ok";
 
+// The keys of the two media platforms.
+namespace PLATFORM {
+inline constexpr const char *QV = "QV", *QC = "QC";
+}  // namespace PLATFORM
+
+// User ids that stand for this client while the engine has given it none:
+// waiting for the host, in the waiting room, in the lobby.
+namespace PSEUDO_USERID {
+inline constexpr const char *WAITING_FOR_HOST = "-1", *WAITING_ROOM = "-2", *LOBBY = "-3";
+}  // namespace PSEUDO_USERID
+
 }  // namespace ORVANE

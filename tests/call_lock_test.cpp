@@ -6,6 +6,7 @@
 #include <future>
 
 #include "harness.h"
+#include "server_events.h"
 #include "orvane/vocabulary.h"
 
 using namespace orvtest;
@@ -62,50 +63,51 @@ TEST(CallLock, CallbacksDoNotNestAndExceptionsStop) {
 TEST(CallLock, ListenerMayCallBackFromAnyThread) {
     Harness h;
     h.initMedia("QC");
-    // On the exception report, the application leaves the meeting: once on
-    // the notifying thread, once from a thread of its own that the callback
-    // waits for. Neither may deadlock.
+    // On a server event, the application leaves: once on the notifying
+    // thread, once from a thread of its own that the callback waits for.
+    // Neither may deadlock.
     std::atomic<int> calls{0};
     h.app.onNotifyHook = [&](const std::string& type, const std::string&) {
-        if (type != "confsdknotify_internal_exception_in_meeting" || calls++ > 0) return;
+        if (type != "0/confmanager_event" || calls++ > 0) return;
         h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
         std::async(std::launch::async, [&] { h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, ""); }).wait();
     };
-    h.setState(AVSTATE_IN_MEETING);
-    auto reporter = std::async(std::launch::async, [&] {
-        ORVANE::CallLock lock(h.sdk->callMutex());
-        h.sdk->stateMachine->report_meeting_exception("t", "id");
-    });
-    ASSERT_EQ(reporter.wait_for(5s), std::future_status::ready);
-    EXPECT_EQ(h.state(), AVSTATE_IDLE);
+    auto server = std::async(std::launch::async,
+                             [&] { deliverEvent(h.trans, "confmanager_event", {{"event", "confmgr_other"}}); });
+    ASSERT_EQ(server.wait_for(5s), std::future_status::ready);
     EXPECT_EQ(h.logs.count("----ConfState change to idle state---"), 2u);
 }
 
 TEST(CallLock, ConcurrentEntriesFromAllSidesStayConsistent) {
     Harness h;
     h.initMedia("QC");
+    deliverEvent(h.trans, "devicemgr_event", deviceRegister("QC"));
+    deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "any"));
+    ASSERT_EQ(h.state(), AVSTATE_IDLE);
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
+    threads.emplace_back([&] {
+        while (!stop) h.sdk->sendCommand(ORVANE::CONF::STARTCONF, R"({"conferenceDialNumber":"8001"})");
+    });
     threads.emplace_back([&] {
         while (!stop) h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
     });
     threads.emplace_back([&] {
-        while (!stop) h.engine.emit("MeetingServiceEvent", "onSomething", "{}");
+        while (!stop) h.engine.emit("MeetingServiceEvent", "onCallEnd", "{}");
     });
     threads.emplace_back([&] {
         while (!stop) h.trans.deliver(R"({"msg":"changed"})");
     });
-    // The object itself, not the test's handle on it: tasks still queued run
-    // while the handle is being reset, before the worker is stopped.
-    OrvaneSDKPrivate* sdk = h.sdk.get();
+    // The time-outs fire on the worker while the others go on.
     threads.emplace_back([&] {
         while (!stop) {
-            ORVANE::CallLock lock(sdk->callMutex());
-            sdk->add_timer_task(0, [sdk](std::string) { sdk->isRunning(); }, "");
+            h.advance(20s);
+            std::this_thread::sleep_for(1ms);
         }
     });
-    std::this_thread::sleep_for(200ms);
+    std::this_thread::sleep_for(300ms);
     stop = true;
     for (auto& t : threads) t.join();
+    h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
     EXPECT_EQ(h.state(), AVSTATE_IDLE);
 }

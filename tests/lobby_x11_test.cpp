@@ -188,11 +188,8 @@ TEST_F(LobbyX11, CloseWithNoLobbyOpenIsForgottenAndWithoutActionCloses) {
     std::atomic<int> runs{0};
     ORVANE::close_lobby_window(true);
     ORVANE::create_lobby_windows(counting(runs));
-    const Window w = probe.waitViewable();
-    ASSERT_NE(w, 0u);
-    std::this_thread::sleep_for(100ms);
-    EXPECT_EQ(probe.find(), w);
-
+    ASSERT_NE(probe.waitViewable(), 0u);
+    // Had the close before the lobby been kept, it would have run the action.
     ORVANE::close_lobby_window(false);
     ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
     EXPECT_EQ(runs, 0);

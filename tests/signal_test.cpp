@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "callid.h"
+#include "CallSignal/callid.h"
 #include "harness.h"
 
 using namespace orvtest;

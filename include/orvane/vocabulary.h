@@ -91,6 +91,12 @@ ORVANE_API extern const char* const NEED_PASSCODE;
 ORVANE_API extern const char* const DO_INTERNAL_TASK_MUST_IN_UI_THREAD;
 ORVANE_API extern const char* const REGINFO;
 ORVANE_API extern const char* const HOSTREQUEST;
+// The call server has not answered REGISTER within "waitedSeconds":
+// {"unanswered": n, "waitedSeconds": s}. The device is not registered; the
+// library sends REGISTER again at once and waits longer each time (10 s,
+// 20 s, 40 s, then every minute). "confsdknotify_callsignal_ok" tells that
+// the device is registered.
+ORVANE_API extern const char* const NOT_REGISTERED;
 
 ORVANE_API extern const char* const EXCPT_REASON_SRV_NO_ACCEPTED_AFTER_CLIENT_INVITE;
 ORVANE_API extern const char* const EXCPT_REASON_TIMEOUT_ON_JOIN;

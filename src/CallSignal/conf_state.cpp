@@ -1,10 +1,16 @@
-#include "conf_state.h"
+#include "CallSignal/conf_state.h"
 
-#include "conf_states.h"
+#include <algorithm>
+
+#include "CallSignal/call_signals.h"
+
+#include "CallSignal/conf_states.h"
+#include "call_lock.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
+#include "timer_task.h"
 
 using namespace ORVANE;
 using json = nlohmann::json;
@@ -22,81 +28,106 @@ const std::vector<std::string> g_avStateNames = {
     "AVSTATE_IN_MEETING",
 };
 
-ConfStateMachine::ConfStateMachine(OrvaneSDKPrivate* sdk) : sdk_(sdk) {
-    states.emplace_back(std::make_unique<ConfStateInit>(this));
-    states.emplace_back(std::make_unique<ConfStateWaitRegOK>(this));
-    states.emplace_back(std::make_unique<ConfStateIdle>(this));
-    states.emplace_back(std::make_unique<ConfStateActive_WaitInviteResult>(this));
-    states.emplace_back(std::make_unique<ConfStateActive_WaitAvUserid>(this));
-    states.emplace_back(std::make_unique<ConfStatePassive_WaitConfInfo>(this));
-    states.emplace_back(std::make_unique<ConfStatePassive_WaitUserConfirm>(this));
-    states.emplace_back(std::make_unique<ConfStatePassive_WaitAvUserid>(this));
-    states.emplace_back(std::make_unique<ConfStatePassive_WaitAck>(this));
-    states.emplace_back(std::make_unique<ConfStateInMeeting>(this));
+namespace {
+
+// The frame around every event: the log lines before and after, and the
+// warning for an event the state does not take.
+template <typename Op>
+int inFrame(ConfStateMachine& m, const char* opName, const char* enterFormat, Op op) {
+    LOG_DEBUG(fmt::runtime(enterFormat), m.cur_state_name(), opName);
+    const int ret = op();
+    LOG_DEBUG("new state={}\n", m.cur_state_name());
+    if (ret == STATE_INVALID) LOG_WARN("Warning: invalid op in current state!\n");
+    return ret;
+}
+
+const char* const kEnter = "ConfStateMachine: state={}, {} enter\n";
+
+}  // namespace
+
+ConfStateMachine::ConfStateMachine(OrvaneSDKPrivate& core, TimerTaskQueue& timers) : core_(core), timers_(timers) {
+    // The states in AvState order, each with the messages it takes; every
+    // other message is dropped on arrival.
+    states_.emplace_back(std::make_unique<ConfStateInit>(this, ExpectedMessages{}));
+    states_.emplace_back(
+        std::make_unique<ConfStateWaitRegOK>(this, ExpectedMessages{{"OK", "REGISTER"}, {"ERROR", "REGISTER"}}));
+    states_.emplace_back(std::make_unique<ConfStateIdle>(
+        this, ExpectedMessages{{"INVITE", "INVITE"}, {"OK", "REGISTER"}, {"ERROR", "REGISTER"}}));
+    states_.emplace_back(std::make_unique<ConfStateActive_WaitInviteResult>(
+        this, ExpectedMessages{{"ACCEPTED", "INVITE"}, {"ERROR", "INVITE"}}));
+    states_.emplace_back(std::make_unique<ConfStateActive_WaitAvUserid>(
+        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}}));
+    states_.emplace_back(std::make_unique<ConfStatePassive_WaitConfInfo>(this, ExpectedMessages{{"CANCEL", "CANCEL"}}));
+    states_.emplace_back(
+        std::make_unique<ConfStatePassive_WaitUserConfirm>(this, ExpectedMessages{{"CANCEL", "CANCEL"}}));
+    states_.emplace_back(std::make_unique<ConfStatePassive_WaitAvUserid>(
+        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}}));
+    states_.emplace_back(
+        std::make_unique<ConfStatePassive_WaitAck>(this, ExpectedMessages{{"ACK", "ACK"}, {"ERROR", "ACCEPTED"}}));
+    states_.emplace_back(std::make_unique<ConfStateInMeeting>(
+        this, ExpectedMessages{{"BYE", "BYE"},
+                               {"ERROR", "INVITE"},
+                               {"ERROR", "ACK"},
+                               {"OK", "REGISTER"},
+                               {"ERROR", "REGISTER"},
+                               {"UPDATE", "UPDATE"}}));
 }
 
 ConfStateMachine::~ConfStateMachine() = default;
 
 std::string ConfStateMachine::cur_state_name() const {
-    if (cur_state < 0 || static_cast<size_t>(cur_state) >= g_avStateNames.size()) return "AVSTATE_UNKNOWN";
-    return g_avStateNames[cur_state];
+    if (cur_state_ < 0 || static_cast<size_t>(cur_state_) >= g_avStateNames.size()) return "AVSTATE_UNKNOWN";
+    return g_avStateNames[cur_state_];
 }
-
-// The frame around every event: the log lines before and after, and the
-// warning for an event the state does not take.
-#define CONF_STATE_FRAME(ENTER_FORMAT, OPNAME, CALL)                                     \
-    LOG_DEBUG(ENTER_FORMAT, cur_state_name(), OPNAME);                                   \
-    const int ret = states[cur_state]->CALL;                                             \
-    LOG_DEBUG("new state={}\n", cur_state_name());                                       \
-    if (ret == STATE_INVALID) LOG_WARN("Warning: invalid op in current state!\n");       \
-    return ret
 
 int ConfStateMachine::send_register() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "send_register", send_register());
+    return inFrame(*this, "send_register", kEnter, [this] { return states_[cur_state_]->send_register(); });
 }
 
-int ConfStateMachine::start_conf() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "start_conf", start_conf());
+int ConfStateMachine::start_conf(const std::function<void()>& accept) {
+    return inFrame(*this, "start_conf", kEnter, [&] { return states_[cur_state_]->start_conf(accept); });
 }
 
 int ConfStateMachine::reject_conf() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "reject_conf", reject_conf());
+    return inFrame(*this, "reject_conf", kEnter, [this] { return states_[cur_state_]->reject_conf(); });
 }
 
 int ConfStateMachine::leave_conf() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "leave_conf", leave_conf());
+    return inFrame(*this, "leave_conf", kEnter, [this] { return states_[cur_state_]->leave_conf(); });
 }
 
 int ConfStateMachine::on_avsdk_join_ok() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "on_avsdk_join_ok", on_avsdk_join_ok());
+    return inFrame(*this, "on_avsdk_join_ok", kEnter, [this] { return states_[cur_state_]->on_avsdk_join_ok(); });
 }
 
 int ConfStateMachine::on_avsdk_call_failed() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "on_avsdk_call_failed", on_avsdk_call_failed());
+    return inFrame(*this, "on_avsdk_call_failed", kEnter,
+                   [this] { return states_[cur_state_]->on_avsdk_call_failed(); });
 }
 
 int ConfStateMachine::on_avsdk_call_end() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "on_avsdk_call_end", on_avsdk_call_end());
+    return inFrame(*this, "on_avsdk_call_end", kEnter, [this] { return states_[cur_state_]->on_avsdk_call_end(); });
 }
 
 int ConfStateMachine::on_avsdk_call_reconnecting() {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter\n", "on_avsdk_call_reconnecting",
-                     on_avsdk_call_reconnecting());
+    return inFrame(*this, "on_avsdk_call_reconnecting", kEnter,
+                   [this] { return states_[cur_state_]->on_avsdk_call_reconnecting(); });
 }
 
 int ConfStateMachine::on_recv_confinfo(const std::string& data) {
-    CONF_STATE_FRAME("ConfStateMachine: state={}, {} enter;\n", "on_recv_confinfo", on_recv_confinfo(data));
+    return inFrame(*this, "on_recv_confinfo", "ConfStateMachine: state={}, {} enter;\n",
+                   [&] { return states_[cur_state_]->on_recv_confinfo(data); });
 }
 
 int ConfStateMachine::on_recv_callsignal(const std::string& startline, const std::string& cseq, json& msg) {
-    LOG_DEBUG("ConfStateMachine: state={}, {} enter\n", cur_state_name(), "on_recv_callsignal");
+    LOG_DEBUG(kEnter, cur_state_name(), "on_recv_callsignal");
     LOG_DEBUG("startline={},  cseq={}\n", startline, cseq);
     // Only the newest REGISTER or INVITE may be answered: a late answer to an
     // earlier one must not reach a new call.
     if (startline == "ACCEPTED" || startline == "ERROR") {
         try {
             const std::string recvd = msg.at("signalHeader").at("callId").get<std::string>();
-            const std::string current = sdk_->_conf.callid;
+            const std::string current = core_.conf().callid;
             if (recvd != current) {
                 LOG_ERROR("Error: CallID dismatch! Skip it! recvd_callid={}, cur_callid={}", recvd, current);
                 return STATE_INVALID;
@@ -106,7 +137,7 @@ int ConfStateMachine::on_recv_callsignal(const std::string& startline, const std
             return STATE_INVALID;
         }
     }
-    const int ret = states[cur_state]->on_recv_callsignal(startline, cseq, msg);
+    const int ret = states_[cur_state_]->on_recv_callsignal(startline, cseq, msg);
     LOG_DEBUG("new state={}\n", cur_state_name());
     if (ret == STATE_INVALID) LOG_WARN("Warning: invalid op in current state!\n");
     return ret;
@@ -114,7 +145,7 @@ int ConfStateMachine::on_recv_callsignal(const std::string& startline, const std
 
 bool ConfStateMachine::check_server_msg_is_expect(const std::string& startline, const std::string& cseq) {
     bool ret = false;
-    for (const auto& expected : states[cur_state]->expected_msgs) {
+    for (const auto& expected : states_[cur_state_]->expected_msgs) {
         if (expected.first == startline && expected.second == cseq) {
             ret = true;
             break;
@@ -125,71 +156,92 @@ bool ConfStateMachine::check_server_msg_is_expect(const std::string& startline, 
     return ret;
 }
 
-void ConfStateMachine::set_cur_state_timeout_taskid(uint64_t id) {
-    LOG_DEBUG("ConfStateMachine: state={}, {} enter;\n", cur_state_name(), "set_cur_state_timeout_taskid");
-    states[cur_state]->timeout_taskid = id;
+void ConfStateMachine::setState(int32_t next) {
+    if (next == cur_state_) return;
+    if (timeout_taskid_ != 0) cancel_cur_state_timeout();
+    if (cur_state_ == AVSTATE_IDLE) {
+        // A call begins: nothing of the last one carries over.
+        ++call_;
+        lobby_join = 0;
+        core_.conf().is_user_call_leave = false;
+        core_.conf().bye_reason_sent = false;
+    }
+    if (cur_state_ == AVSTATE_WAIT_REGISTER_OK) registerAttempts_ = 0;
+    cur_state_ = next;
 }
 
-uint64_t ConfStateMachine::get_cur_state_timeout_taskid() {
-    LOG_DEBUG("ConfStateMachine: state={}, {} enter;\n", cur_state_name(), "get_cur_state_timeout_taskid");
-    return states[cur_state]->timeout_taskid;
+void ConfStateMachine::abandonCall(const std::string& callId) {
+    if (callId.empty()) return;
+    // A few are enough: each waits only for a late answer.
+    if (abandonedCalls_.size() == 8) abandonedCalls_.erase(abandonedCalls_.begin());
+    abandonedCalls_.push_back(callId);
+}
+
+bool ConfStateMachine::answerAbandonedCall(const std::string& startline, const json& msg) {
+    if (startline != "ACCEPTED" || abandonedCalls_.empty()) return false;
+    const json* header = msg.is_object() && msg.contains("signalHeader") ? &msg["signalHeader"] : nullptr;
+    if (header == nullptr || !header->is_object() || !header->contains("callId") || !(*header)["callId"].is_string())
+        return false;
+    auto it = std::find(abandonedCalls_.begin(), abandonedCalls_.end(), (*header)["callId"].get<std::string>());
+    if (it == abandonedCalls_.end()) return false;
+    abandonedCalls_.erase(it);
+    LOG_DEBUG("ACCEPTED for a call the user has left: answered with ERROR");
+    core_.signals().callserver_error_to(msg, 603, "The call was left before its INVITE was answered");
+    return true;
+}
+
+void ConfStateMachine::awaitRegistration() {
+    // 10 s, then twice as long each time, at most a minute.
+    const int64_t seconds = std::min<int64_t>(60, int64_t(10) << std::min(registerAttempts_, 3));
+    armTimeout(seconds, [this, seconds] {
+        ++registerAttempts_;
+        LOG_WARN("No answer to REGISTER after {}s; sending it again", seconds);
+        core_.app().notify(CONFNOTIFY::NOT_REGISTERED,
+                           CtrlSDKUtils::dump(json{{"unanswered", registerAttempts_}, {"waitedSeconds", seconds}}));
+        core_.signals().callserver_register();
+        awaitRegistration();
+    });
+}
+
+void ConfStateMachine::armTimeout(int64_t seconds, std::function<void()> onTimeout) {
+    const int32_t state = cur_state_;
+    const uint64_t call = call_;
+    const uint64_t id = add_timer_task(seconds, [this, state, call, onTimeout = std::move(onTimeout)](std::string) {
+        CallLock lock(core_.callMutex());
+        // Cancelling cannot reach a task the worker has already taken: a
+        // task of a state or a call that is over does nothing.
+        if (state != cur_state_ || call != call_) return;
+        timeout_taskid_ = 0;
+        onTimeout();
+    });
+    LOG_DEBUG("ConfStateMachine: state={}, {} enter;\n", cur_state_name(), "set_cur_state_timeout_taskid");
+    timeout_taskid_ = id;
 }
 
 void ConfStateMachine::cancel_cur_state_timeout() {
-    const uint64_t id = get_cur_state_timeout_taskid();
-    states[cur_state]->timeout_taskid = 0;
-    if (id != 0) sdk_->cancel_timer_task(id);
+    LOG_DEBUG("ConfStateMachine: state={}, {} enter;\n", cur_state_name(), "get_cur_state_timeout_taskid");
+    const uint64_t id = timeout_taskid_;
+    timeout_taskid_ = 0;
+    if (id != 0) cancel_timer_task(id);
+}
+
+uint64_t ConfStateMachine::add_timer_task(int64_t seconds, std::function<void(std::string)> callback) {
+    LOG_DEBUG("[{}] add_timer_task enter;", cur_state_name());
+    return timers_.add(seconds, std::move(callback), "");
+}
+
+void ConfStateMachine::cancel_timer_task(uint64_t id) {
+    LOG_DEBUG("[{}] cancel_timer_task enter;", cur_state_name());
+    timers_.cancel(id);
 }
 
 void ConfStateMachine::report_meeting_exception(const std::string& type, const std::string& textId) {
     const json exception = {
         {"type", type},
-        {"errMsg", sdk_->errMsgFromId(textId)},
+        {"errMsg", core_.app().errMsgFromId(textId)},
         {"reason", json::array()},
         {"result", 999},
     };
-    sdk_->notifyConf(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(exception));
-    sdk_->notifyAvListener("MeetingServiceEvent", "onCallEnd", CtrlSDKUtils::dump(json{{"result", 0}}));
+    core_.app().notify(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(exception));
+    core_.app().notifyMedia("MeetingServiceEvent", "onCallEnd", CtrlSDKUtils::dump(json{{"result", 0}}));
 }
-
-// The messages each state takes; everything else is dropped on arrival.
-
-ConfStateInit::ConfStateInit(ConfStateMachine* m) : machine(m) {}
-
-ConfStateWaitRegOK::ConfStateWaitRegOK(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"OK", "REGISTER"}, {"ERROR", "REGISTER"}};
-}
-
-ConfStateIdle::ConfStateIdle(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"INVITE", "INVITE"}, {"OK", "REGISTER"}, {"ERROR", "REGISTER"}};
-}
-
-ConfStateActive_WaitInviteResult::ConfStateActive_WaitInviteResult(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"ACCEPTED", "INVITE"}, {"ERROR", "INVITE"}};
-}
-
-ConfStateActive_WaitAvUserid::ConfStateActive_WaitAvUserid(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}};
-}
-
-ConfStatePassive_WaitConfInfo::ConfStatePassive_WaitConfInfo(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"CANCEL", "CANCEL"}};
-}
-
-ConfStatePassive_WaitUserConfirm::ConfStatePassive_WaitUserConfirm(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"CANCEL", "CANCEL"}};
-}
-
-ConfStatePassive_WaitAvUserid::ConfStatePassive_WaitAvUserid(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}};
-}
-
-ConfStatePassive_WaitAck::ConfStatePassive_WaitAck(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"ACK", "ACK"}, {"ERROR", "ACCEPTED"}};
-}
-
-ConfStateInMeeting::ConfStateInMeeting(ConfStateMachine* m) : machine(m) {
-    expected_msgs = {{"BYE", "BYE"},     {"ERROR", "INVITE"},   {"ERROR", "ACK"},
-                     {"OK", "REGISTER"}, {"ERROR", "REGISTER"}, {"UPDATE", "UPDATE"}};
-}
-

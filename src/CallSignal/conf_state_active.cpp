@@ -1,8 +1,10 @@
 // An outgoing call: the server's answer to INVITE, then the media join.
+// Also the pieces both directions share: the lobby and the media join.
 #include <fmt/format.h>
 
+#include "CallSignal/call_signals.h"
+#include "CallSignal/conf_states.h"
 #include "call_lock.h"
-#include "conf_states.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
 #include "lobby/lobby_window.h"
@@ -13,68 +15,102 @@
 using namespace ORVANE;
 using json = nlohmann::json;
 
-std::function<void()> lobbyCloseAction(OrvaneSDKPrivate* sdk) {
-    return [sdk] {
-        sdk->onNotify("MeetingServiceEvent", "onCallEnd", CtrlSDKUtils::dump(json{{"result", 0}}));
-        CallLock lock(sdk->callMutex());
-        sdk->callserver_bye(sdk->_conf.dialnum);
+bool isLobbyNumber(const std::string& number) { return number.find("LOBBY") != std::string::npos; }
+
+std::function<void()> lobbyCloseAction(OrvaneSDKPrivate& core) {
+    return [&core] {
+        core.onNotify("MeetingServiceEvent", "onCallEnd", CtrlSDKUtils::dump(json{{"result", 0}}));
+        CallLock lock(core.callMutex());
+        core.signals().callserver_bye(core.conf().dialnum);
     };
 }
 
-namespace {
-
-bool isLobby(const std::string& number) { return number.find("LOBBY") != std::string::npos; }
-
-}  // namespace
-
-int joinMediaUnderLimit(ConfStateMachine* machine, AvState waiting) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    // The limit is armed before the join, so an engine that answers at once
-    // finds everything in place.
-    machine->set_cur_state_timeout_taskid(sdk->add_timer_task(
-        55,
-        [sdk, machine, waiting](std::string) {
-            CallLock lock(sdk->callMutex());
-            if (machine->cur_state != waiting) return;
-            const std::string name = g_avStateNames[waiting];
-            LOG_DEBUG("{} timer_task enter", name);
-            if (sdk->av) sdk->av->leave();
-            machine->cur_state = AVSTATE_IDLE;
-            sdk->callserver_error(503, "No IN_MEETING status after 55s of av.join()");
-            machine->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN,
-                                              CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
-            if (waiting == AVSTATE_PASSIVE_WAITING_AV_USERID)
-                LOG_DEBUG("{} MeetingServiceEvent onCallEnd {} ", name, CtrlSDKUtils::dump(json{{"result", 0}}));
-        },
-        ""));
-    const int ret = sdk->av ? sdk->av->join(sdk->_conf.ext_dialnum, sdk->_conf.passcode, sdk->getUniformUserName())
-                            : -1;
-    if (ret == 0) return STATE_HANDLED;
-    LOG_ERROR("  avsdk join failed, ret={}", ret);
-    machine->cancel_cur_state_timeout();
-    sdk->callserver_error(603, fmt::format("av.join failed, ret={}", ret));
-    machine->cur_state = AVSTATE_IDLE;
+int enterLobby(ConfStateMachine* machine, const std::function<void()>& answer) {
+    OrvaneSDKPrivate& core = machine->core();
+    core.conf().engine_userid = PSEUDO_USERID::LOBBY;
+    answer();
+    machine->setState(AVSTATE_IN_MEETING);
+    machine->lobby_join = 1;
+    create_lobby_windows(lobbyCloseAction(core));
     return STATE_HANDLED;
 }
 
-int leaveJoinOnServerSignal(ConfStateMachine* machine, const char* state, const std::string& startline) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
+int joinMediaUnderLimit(ConfStateMachine* machine, AvState waiting) {
+    OrvaneSDKPrivate& core = machine->core();
+    // The limit is armed before the join, so an engine that answers at once
+    // finds everything in place.
+    machine->armTimeout(55, [machine, waiting] {
+        OrvaneSDKPrivate& c = machine->core();
+        const std::string name = g_avStateNames[waiting];
+        LOG_DEBUG("{} timer_task enter", name);
+        if (AVSDK* av = c.media()) av->leave();
+        machine->setState(AVSTATE_IDLE);
+        c.signals().callserver_error(503, "No IN_MEETING status after 55s of av.join()");
+        machine->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN,
+                                          CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
+        if (waiting == AVSTATE_PASSIVE_WAITING_AV_USERID)
+            LOG_DEBUG("{} MeetingServiceEvent onCallEnd {} ", name, CtrlSDKUtils::dump(json{{"result", 0}}));
+    });
+    const OrvaneConference& conf = core.conf();
+    AVSDK* av = core.media();
+    const int ret = av ? av->join(conf.ext_dialnum, conf.passcode, core.getUniformUserName()) : -1;
+    if (ret == 0) return STATE_HANDLED;
+    LOG_ERROR("  avsdk join failed, ret={}", ret);
     machine->cancel_cur_state_timeout();
-    const int ret = sdk->av ? sdk->av->leave() : -1;
+    core.signals().callserver_error(603, fmt::format("av.join failed, ret={}", ret));
+    machine->setState(AVSTATE_IDLE);
+    return STATE_HANDLED;
+}
+
+// CANCEL or ERROR from the server while the media join runs.
+int ConfStateWaitAvUserid::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
+    OrvaneSDKPrivate& core = machine->core();
+    AVSDK* av = core.media();
+    const int ret = av ? av->leave() : -1;
     if (startline == "CANCEL") {
-        LOG_DEBUG("{} recv CANCEL, call leave()={}", state, ret);
-        sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
+        LOG_DEBUG("{} recv CANCEL, call leave()={}", name_, ret);
+        core.app().notify(CONFNOTIFY::CANCELED, "{}");
     } else {
         LOG_DEBUG("leave ret={}\n", ret);
     }
-    machine->cur_state = AVSTATE_IDLE;
+    machine->setState(AVSTATE_IDLE);
+    return STATE_HANDLED;
+}
+
+int ConfStateWaitAvUserid::endOnEngine(const char* event) {
+    machine->setState(AVSTATE_IDLE);
+    machine->core().signals().callserver_error(503, fmt::format("{}::{}", name_, event));
+    return STATE_HANDLED;
+}
+
+int ConfStateWaitAvUserid::on_avsdk_call_failed() { return endOnEngine("on_avsdk_call_failed"); }
+
+int ConfStateWaitAvUserid::on_avsdk_call_end() { return endOnEngine("on_avsdk_call_end"); }
+
+int ConfStateWaitAvUserid::leave_conf() {
+    // The caller writes idle, which takes the 55 s limit with it.
+    if (AVSDK* av = machine->core().media()) av->leave();
+    endOnServerAfterLeave();
+    return STATE_HANDLED;
+}
+
+// The server has accepted the call: hang up.
+void ConfStateActive_WaitAvUserid::endOnServerAfterLeave() {
+    machine->core().signals().callserver_bye(machine->core().conf().dialnum);
+}
+
+int ConfStateActive_WaitInviteResult::leave_conf() {
+    // No signal yet: the server has not answered. Its late ACCEPTED is
+    // answered so that it ends the call too; the 15 s limit goes with the
+    // state.
+    machine->abandonCall(machine->core().conf().callid);
     return STATE_HANDLED;
 }
 
 int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& startline, const std::string&,
                                                           json& msg) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    machine->cancel_cur_state_timeout();
+    OrvaneSDKPrivate& core = machine->core();
+    OrvaneConference& conf = core.conf();
 
     if (startline == SIGNAL::ERROR) {
         // The server refused the call: tell the application why and go back
@@ -85,16 +121,16 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
             const int code = status.at("code").get<int>();
             LOG_ERROR("Error: ConfStateActive_WaitInviteResult::on_recv_callsignal recv ERROR!");
             LOG_ERROR("    code={}, msg={}", code, message);
-            json report = {{"type", message}, {"errMsg", sdk->errMsgFromId(message)}, {"reason", json::array()},
-                           {"result", 999}};
+            json report = {{"type", message}, {"errMsg", core.app().errMsgFromId(message)},
+                           {"reason", json::array()}, {"result", 999}};
             if (message == "CONFERENCE_ROOM_CONFLICT" || message == "CONFERENCE_ADHOC_CONFLICT")
                 report["confid"] = status.at("reason").at(0).at("conferenceId").get<std::string>();
-            sdk->notifyConf(CONFNOTIFY::EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(report));
-            if (message == "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE") sdk->notifyConf(CONFNOTIFY::NEED_PASSCODE, "");
+            core.app().notify(CONFNOTIFY::EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(report));
+            if (message == "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE") core.app().notify(CONFNOTIFY::NEED_PASSCODE, "");
         } catch (const json::exception& e) {
             LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(msg));
         }
-        machine->cur_state = AVSTATE_IDLE;
+        machine->setState(AVSTATE_IDLE);
         return STATE_HANDLED;
     }
 
@@ -102,13 +138,13 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
     std::string number;
     bool hasNumber = false;
     try {
-        sdk->_conf.signal = msg;
-        sdk->_conf.dialnum = msg.at("signalHeader").at("to").at("dialNumber").get<std::string>();
+        conf.signal = msg;
+        conf.dialnum = msg.at("signalHeader").at("to").at("dialNumber").get<std::string>();
         // A body may be missing altogether; then there is nothing in it to read.
         static const json none;
         auto found = msg.find("signalBody");
         const json& body = found != msg.end() ? *found : none;
-        if (body.contains("conferenceId")) sdk->_conf.confid = body.at("conferenceId").get<std::string>();
+        if (body.contains("conferenceId")) conf.confid = body.at("conferenceId").get<std::string>();
         if (body.contains("externalDialNumber") && !body.at("externalDialNumber").is_null()) {
             number = body.at("externalDialNumber").get<std::string>();
             hasNumber = true;
@@ -118,54 +154,22 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
         return STATE_JSON_ERROR;
     }
 
-    if (hasNumber && isLobby(number)) {
-        // Nothing to join yet: stand in the meeting with the lobby's pseudo
-        // id until the server moves the call on.
-        sdk->_conf.ext_dialnum = number;
-        sdk->_conf.engine_userid = "-3";
-        sdk->callserver_ack();
-        machine->cur_state = AVSTATE_IN_MEETING;
-        machine->lobby_join = 1;
-        create_lobby_windows(lobbyCloseAction(sdk));
-        return STATE_HANDLED;
+    if (hasNumber && isLobbyNumber(number)) {
+        conf.ext_dialnum = number;
+        return enterLobby(machine, [&core] { core.signals().callserver_ack(); });
     }
-    if (hasNumber) sdk->_conf.ext_dialnum = number;
-    LOG_DEBUG("recv ACCEPTED, to dialnum={}, ext_dialnum={}, confid={}", sdk->_conf.dialnum, sdk->_conf.ext_dialnum,
-              sdk->_conf.confid);
-    if (sdk->av) sdk->av->setConfSignal(CtrlSDKUtils::dump(msg));
+    if (hasNumber) conf.ext_dialnum = number;
+    LOG_DEBUG("recv ACCEPTED, to dialnum={}, ext_dialnum={}, confid={}", conf.dialnum, conf.ext_dialnum,
+              conf.confid);
+    if (AVSDK* av = core.media()) av->setConfSignal(CtrlSDKUtils::dump(msg));
 
-    machine->cur_state = AVSTATE_ACTIVE_WAITING_AV_USERID;
+    machine->setState(AVSTATE_ACTIVE_WAITING_AV_USERID);
     return joinMediaUnderLimit(machine, AVSTATE_ACTIVE_WAITING_AV_USERID);
 }
 
-int ConfStateActive_WaitAvUserid::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
-    return leaveJoinOnServerSignal(machine, "ConfStateActive_WaitAvUserid", startline);
-}
-
 int ConfStateActive_WaitAvUserid::on_avsdk_join_ok() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_IN_MEETING;
+    machine->setState(AVSTATE_IN_MEETING);
     machine->lobby_join = 0;
-    machine->sdk()->callserver_ack();
-    return STATE_HANDLED;
-}
-
-int ConfStateActive_WaitAvUserid::on_avsdk_call_failed() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_IDLE;
-    machine->sdk()->callserver_error(503, "ConfStateActive_WaitAvUserid::on_avsdk_call_failed");
-    return STATE_HANDLED;
-}
-
-int ConfStateActive_WaitAvUserid::on_avsdk_call_end() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_IDLE;
-    machine->sdk()->callserver_error(503, "ConfStateActive_WaitAvUserid::on_avsdk_call_end");
-    return STATE_HANDLED;
-}
-
-int ConfStateActive_WaitAvUserid::leave_conf() {
-    // The caller writes idle; the 55 s task finds itself out of date.
-    if (machine->sdk()->av) machine->sdk()->av->leave();
+    machine->core().signals().callserver_ack();
     return STATE_HANDLED;
 }

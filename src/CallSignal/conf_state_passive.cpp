@@ -1,10 +1,9 @@
 // An incoming call: the conference's data, the user's answer, the media join,
 // then ACCEPTED and the server's ACK.
-#include "call_lock.h"
-#include "conf_states.h"
+#include "CallSignal/call_signals.h"
+#include "CallSignal/conf_states.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
-#include "lobby/lobby_window.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
 #include "vocabulary_internal.h"
@@ -12,8 +11,15 @@
 using namespace ORVANE;
 using json = nlohmann::json;
 
+int cancelRinging(ConfStateMachine* machine, const char* message) {
+    machine->core().signals().callserver_error(487, message);
+    machine->core().app().notify(CONFNOTIFY::CANCELED, "{}");
+    machine->setState(AVSTATE_IDLE);
+    return STATE_HANDLED;
+}
+
 int ConfStatePassive_WaitConfInfo::on_recv_confinfo(const std::string& data) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
+    OrvaneSDKPrivate& core = machine->core();
     std::string text;
     try {
         // Read on copies with the index operator: a reply without "data"
@@ -21,104 +27,105 @@ int ConfStatePassive_WaitConfInfo::on_recv_confinfo(const std::string& data) {
         json reply = json::parse(data);
         json result = reply["result"];
         json info = result["data"];
-        info["dispname"] = sdk->getUniformUserName();
+        info["dispname"] = core.getUniformUserName();
         text = CtrlSDKUtils::dump(info);
     } catch (const json::exception& e) {
         LOG_JSON_ERROR(e.what(), data);
         return STATE_JSON_ERROR;
     }
-    json confinfo = sdk->parseConfinfo(text);
+    json confinfo = core.parseConfinfo(text);
     try {
         confinfo["event"] = CONFNOTIFY::RECV_INVITE;
     } catch (const json::exception& e) {
         LOG_JSON_ERROR(e.what(), text);
     }
-    machine->cur_state = AVSTATE_PASSIVE_WAITING_UI_CONFIRM;
+    machine->setState(AVSTATE_PASSIVE_WAITING_UI_CONFIRM);
+    // A call nobody answers and the server never cancels ends here.
+    ConfStateMachine* m = machine;
+    m->armTimeout(60, [m] {
+        LOG_DEBUG("AVSTATE_PASSIVE_WAITING_UI_CONFIRM timer_task enter");
+        m->core().signals().callserver_error(603, "No answer from the user after 60s");
+        m->core().app().notify(CONFNOTIFY::CANCELED, "{}");
+        m->setState(AVSTATE_IDLE);
+    });
     // The user is asked: the application shows the call.
-    sdk->notifyConf(std::string("0/") + EVENT::CONFMANAGER, CtrlSDKUtils::dump(json::array({confinfo})));
+    core.app().notify(std::string("0/") + EVENT::CONFMANAGER, CtrlSDKUtils::dump(json::array({confinfo})));
+    return STATE_HANDLED;
+}
+
+int ConfStatePassive_WaitConfInfo::leave_conf() {
+    machine->core().signals().callserver_error(603, "WaitConfInfo: user left the call");
     return STATE_HANDLED;
 }
 
 int ConfStatePassive_WaitConfInfo::on_recv_callsignal(const std::string&, const std::string&, json&) {
     // CANCEL is the one signal this state takes.
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    sdk->callserver_error(487, "Receive CANCEL from server");
-    sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return cancelRinging(machine, "Receive CANCEL from server");
 }
 
 int ConfStatePassive_WaitUserConfirm::on_recv_callsignal(const std::string&, const std::string&, json&) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    sdk->callserver_error(487, "WaitUserConfirm: Received CANCEL from server");
-    sdk->notifyConf(CONFNOTIFY::CANCELED, "{}");
-    machine->cur_state = AVSTATE_IDLE;
-    return STATE_HANDLED;
+    return cancelRinging(machine, "WaitUserConfirm: Received CANCEL from server");
 }
 
 int ConfStatePassive_WaitUserConfirm::reject_conf() {
-    machine->sdk()->callserver_error(603, "WaitUserConfirm: user reject the conf");
-    machine->cur_state = AVSTATE_IDLE;
+    machine->core().signals().callserver_error(603, "WaitUserConfirm: user reject the conf");
+    machine->setState(AVSTATE_IDLE);
     return STATE_HANDLED;
 }
 
-int ConfStatePassive_WaitUserConfirm::start_conf() {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    machine->cur_state = AVSTATE_PASSIVE_WAITING_AV_USERID;
-    if (sdk->_conf.ext_dialnum.find("LOBBY") != std::string::npos) {
-        // Taken into the lobby: answer at once with the lobby's pseudo id.
-        sdk->_conf.engine_userid = "-3";
-        sdk->callserver_accepted(sdk->_conf.dialnum);
-        machine->cur_state = AVSTATE_IN_MEETING;
-        machine->lobby_join = 1;
-        create_lobby_windows(lobbyCloseAction(sdk));
-        return STATE_HANDLED;
-    }
+// Leaving a ringing call declines it.
+int ConfStatePassive_WaitUserConfirm::leave_conf() { return reject_conf(); }
+
+int ConfStatePassive_WaitUserConfirm::start_conf(const std::function<void()>& accept) {
+    OrvaneSDKPrivate& core = machine->core();
+    accept();
+    machine->setState(AVSTATE_PASSIVE_WAITING_AV_USERID);
+    if (isLobbyNumber(core.conf().ext_dialnum))
+        return enterLobby(machine, [&core] { core.signals().callserver_accepted(core.conf().dialnum); });
     return joinMediaUnderLimit(machine, AVSTATE_PASSIVE_WAITING_AV_USERID);
 }
 
-int ConfStatePassive_WaitAvUserid::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
-    return leaveJoinOnServerSignal(machine, "ConfStatePassive_WaitAvUserid", startline);
-}
-
 int ConfStatePassive_WaitAvUserid::on_avsdk_join_ok() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_PASSIVE_WAITING_ACK;
-    machine->sdk()->callserver_accepted(machine->sdk()->_conf.dialnum);
+    ConfStateMachine* m = machine;
+    m->setState(AVSTATE_PASSIVE_WAITING_ACK);
+    // An ACK that never comes ends the call on all three sides.
+    m->armTimeout(15, [m] {
+        OrvaneSDKPrivate& core = m->core();
+        LOG_DEBUG("AVSTATE_PASSIVE_WAITING_ACK timer_task enter");
+        if (AVSDK* av = core.media()) av->leave();
+        m->setState(AVSTATE_IDLE);
+        core.signals().callserver_bye(core.conf().dialnum);
+        m->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN, CONFNOTIFY::EXCPT_REASON_TIMEOUT_ON_JOIN);
+    });
+    m->core().signals().callserver_accepted(m->core().conf().dialnum);
     return STATE_HANDLED;
 }
 
-int ConfStatePassive_WaitAvUserid::on_avsdk_call_failed() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_IDLE;
-    machine->sdk()->callserver_error(503, "ConfStatePassive_WaitAvUserid::on_avsdk_call_failed");
-    return STATE_HANDLED;
-}
-
-int ConfStatePassive_WaitAvUserid::on_avsdk_call_end() {
-    machine->cancel_cur_state_timeout();
-    machine->cur_state = AVSTATE_IDLE;
-    machine->sdk()->callserver_error(503, "ConfStatePassive_WaitAvUserid::on_avsdk_call_end");
-    return STATE_HANDLED;
-}
-
-int ConfStatePassive_WaitAvUserid::leave_conf() {
-    if (machine->sdk()->av) machine->sdk()->av->leave();
-    return STATE_HANDLED;
+// The server's INVITE is not answered yet: decline it.
+void ConfStatePassive_WaitAvUserid::endOnServerAfterLeave() {
+    machine->core().signals().callserver_error(603, "ConfStatePassive_WaitAvUserid::leave_conf");
 }
 
 int ConfStatePassive_WaitAck::on_recv_callsignal(const std::string& startline, const std::string&, json&) {
-    OrvaneSDKPrivate* sdk = machine->sdk();
-    machine->cancel_cur_state_timeout();
+    OrvaneSDKPrivate& core = machine->core();
     if (startline == SIGNAL::ACK) {
-        machine->cur_state = AVSTATE_IN_MEETING;
+        machine->setState(AVSTATE_IN_MEETING);
         return STATE_HANDLED;
     }
     // The server refused the ACCEPTED.
-    const int ret = sdk->av ? sdk->av->leave() : -1;
+    AVSDK* av = core.media();
+    const int ret = av ? av->leave() : -1;
     LOG_DEBUG("ConfStatePassive_WaitAck recv ERROR, call leave()={}", ret);
     machine->report_meeting_exception(CONFNOTIFY::EXCPT_REASON_RECV_ERROR_FROM_SERVER,
                                       CONFNOTIFY::EXCPT_REASON_SRV_NO_ACCEPTED_AFTER_CLIENT_INVITE);
-    machine->cur_state = AVSTATE_IDLE;
+    machine->setState(AVSTATE_IDLE);
+    return STATE_HANDLED;
+}
+
+int ConfStatePassive_WaitAck::leave_conf() {
+    // ACCEPTED is out: hang up.
+    OrvaneSDKPrivate& core = machine->core();
+    if (AVSDK* av = core.media()) av->leave();
+    core.signals().callserver_bye(core.conf().dialnum);
     return STATE_HANDLED;
 }

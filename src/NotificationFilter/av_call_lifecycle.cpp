@@ -1,13 +1,16 @@
 // The engine's reports about the call itself: connected, failed, ended, why
 // it ended, and the two buttons of the engine's window that concern it.
-#include "call_lock.h"
+#include "CallSignal/conf_state.h"
+#include "NotificationFilter/av_event_filter.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
+#include "vocabulary_internal.h"
 
-using namespace ORVANE;
 using json = nlohmann::json;
+
+namespace ORVANE {
 
 namespace {
 
@@ -71,83 +74,46 @@ json failureObject(const std::string& code, const std::string& errMsg, int resul
     return json{{"type", code}, {"errMsg", errMsg}, {"result", result}, {"reason", json::array()}};
 }
 
+// The engine's failure reason in the code the application knows.
+std::string meetingFailCode(const std::string& reason) {
+    for (const auto& m : kMeetingFail)
+        if (reason == m.reason) return m.code;
+    return CONFNOTIFY::EXCPT_REASON_JOIN_MEETING_FAILED;
+}
+
 }  // namespace
 
-void OrvaneSDKPrivate::mapMeetingFailReason(const std::string& reason, std::string& code, std::string& errMsg) {
-    code = CONFNOTIFY::EXCPT_REASON_JOIN_MEETING_FAILED;
-    for (const auto& m : kMeetingFail) {
-        if (reason == m.reason) {
-            code = m.code;
-            break;
-        }
-    }
-    errMsg = errMsgFromId(code);
-}
-
-void OrvaneSDKPrivate::stopH323Timer() {
-    if (h323_timer_id == 0) return;
-    h323Timer.remove(h323_timer_id);
-    h323Timer.stopThread();
-}
-
-bool OrvaneSDKPrivate::isHostInMeeting() {
-    AvUserMap users;
-    if (av) av->getUserList(users);
-    bool ret = false;
-    for (const auto& user : users) {
-        if (user.second.isHost) {
-            ret = true;
-            break;
-        }
-    }
-    LOG_DEBUG("OrvaneSDKPrivate::isHostInMeeting ret={}", ret);
-    return ret;
-}
-
-bool OrvaneSDKPrivate::avfilter_onCallConnected(const std::string&, const std::string&, std::string& data) {
-    bool isHost;
-    try {
-        const json j = json::parse(data);
-        isHost = j.at("is_host").get<bool>();
-        _conf.engine_userid = j.at("userid").get<std::string>();
-    } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), data);
-        return false;
-    }
-    stateMachine->on_avsdk_join_ok();
-    if (!_conf.confid.empty()) {
+bool AvEventFilter::avfilter_onCallConnected(const std::string&, const std::string&, std::string& data) {
+    const json j = json::parse(data);
+    const bool isHost = j.at("is_host").get<bool>();
+    OrvaneConference& conf = core_.conf();
+    conf.engine_userid = j.at("userid").get<std::string>();
+    core_.machine().on_avsdk_join_ok();
+    if (!conf.confid.empty()) {
         // A library-drawn meeting asks the server who is in it.
-        if (!customUiMode)
-            control->sendCommand(CONF::ENDPOINTS, CtrlSDKUtils::dump(json{{"confid", _conf.confid}}));
+        if (!core_.customUiMode())
+            core_.control().sendCommand(CONF::ENDPOINTS, CtrlSDKUtils::dump(json{{"confid", conf.confid}}));
         if (isHost)
-            control->sendCommand(CONF::TURNASCONTROLLER, CtrlSDKUtils::dump(json{{"conferenceid", _conf.confid},
-                                                                                {"externaldeviceid", device_id}}));
+            core_.control().sendCommand(CONF::TURNASCONTROLLER,
+                                        CtrlSDKUtils::dump(json{{"conferenceid", conf.confid},
+                                                                {"externaldeviceid", core_.identity().deviceId()}}));
     }
-    // Nothing of the last meeting's call-outs carries over.
-    device_vector.clear();
-    stopH323Timer();
-    h323_call_settled = false;
-    last_h323_userid.clear();
-    simulatedGuids.clear();
+    // A new meeting, or a new engine user id in it: nothing of the
+    // participants of the one before carries over.
+    forgetParticipants();
+    core_.engineUsersChanged();
     return true;
 }
 
-bool OrvaneSDKPrivate::avfilter_onCallStatusChanged(const std::string& group, const std::string& cmd,
-                                                    std::string& data) {
-    std::string status;
-    try {
-        status = json::parse(data).at("status").get<std::string>();
-    } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), data);
-        return false;
-    }
+bool AvEventFilter::avfilter_onCallStatusChanged(const std::string& group, const std::string& cmd, std::string& data) {
+    const std::string status = json::parse(data).at("status").get<std::string>();
     // Waiting for the host or in the waiting room counts as connected, under
     // a pseudo id, until the engine gives a real one.
     std::string userid;
     if (status == "MEETING_STATUS_IN_WAITING_ROOM")
-        userid = "-2";
+        userid = PSEUDO_USERID::WAITING_ROOM;
     else if (status == "MEETING_STATUS_WAITINGFORHOST")
-        userid = "-1";
+        userid = PSEUDO_USERID::WAITING_FOR_HOST;
     if (!userid.empty()) {
         std::string connected = CtrlSDKUtils::dump(json{{"result", 0}, {"userid", userid}, {"is_host", false}});
         avfilter_onCallConnected(group, cmd, connected);
@@ -155,77 +121,64 @@ bool OrvaneSDKPrivate::avfilter_onCallStatusChanged(const std::string& group, co
     return false;
 }
 
-bool OrvaneSDKPrivate::avfilter_onCallFailed(const std::string&, const std::string&, std::string& data) {
-    std::string reason;
-    int result = 0;
-    try {
-        const json j = json::parse(data);
-        reason = j.at("reason").get<std::string>();
-        if (j.contains("result")) result = j.at("result").get<int>();
-    } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), data);
-        return false;
-    }
+bool AvEventFilter::avfilter_onCallFailed(const std::string&, const std::string&, std::string& data) {
+    const json j = json::parse(data);
+    const std::string reason = j.at("reason").get<std::string>();
+    const int result = j.contains("result") ? j.at("result").get<int>() : 0;
+    AppChannel& app = core_.app();
     if (reason == "MEETING_FAIL_NEED_INPUT_PASSWORD" || reason == "MEETING_FAIL_PASSWORD_ERR") {
         const std::string code = reason == "MEETING_FAIL_PASSWORD_ERR" ? "CONFERENCE_JOIN_FAIL_INVALID_PASSCODE"
                                                                        : "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE";
-        if (av) {
+        if (AVSDK* av = core_.media()) {
             const int ret = av->leave();
             LOG_DEBUG("ConfStateIdle::leave_conf leave ret={}", ret);
         }
-        json failure = failureObject(code, errMsgFromId(code), result);
-        failure["confid"] = _conf.confid;
+        json failure = failureObject(code, app.errMsgFromId(code), result);
+        failure["confid"] = core_.conf().confid;
         // An application with its own meeting window asks for the passcode;
         // the engine's window does that itself.
-        if (customUiMode) notifyConf(CONFNOTIFY::EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(failure));
+        if (core_.customUiMode()) app.notify(CONFNOTIFY::EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(failure));
     } else {
-        std::string code, errMsg;
-        mapMeetingFailReason(reason, code, errMsg);
-        notifyConf(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING, CtrlSDKUtils::dump(failureObject(code, errMsg, result)));
+        const std::string code = meetingFailCode(reason);
+        app.notify(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING,
+                   CtrlSDKUtils::dump(failureObject(code, app.errMsgFromId(code), result)));
     }
-    stateMachine->on_avsdk_call_failed();
-    stopH323Timer();
+    core_.machine().on_avsdk_call_failed();
     return true;
 }
 
-bool OrvaneSDKPrivate::avfilter_onCallEnd(const std::string&, const std::string&, std::string&) {
-    stateMachine->on_avsdk_call_end();
-    resetConference();
-    syncing = false;
-    stopH323Timer();
-    h323_call_settled = false;
-    simulatedGuids.clear();
+bool AvEventFilter::avfilter_onCallEnd(const std::string&, const std::string&, std::string&) {
+    core_.machine().on_avsdk_call_end();
+    core_.resetConference();
+    core_.setSyncing(false);
+    forgetParticipants();
     return true;
 }
 
-bool OrvaneSDKPrivate::avfilter_onEndReason(const std::string&, const std::string&, std::string& data) {
-    std::string reason;
-    try {
-        reason = json::parse(data).at("reason").get<std::string>();
-    } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), data);
-        return false;
-    }
-    onCtrlNotify_send_bye_reason("", reason);
+bool AvEventFilter::avfilter_onEndReason(const std::string&, const std::string&, std::string& data) {
+    const std::string reason = json::parse(data).at("reason").get<std::string>();
+    core_.machine().onCtrlNotify_send_bye_reason("", reason);
     return false;
 }
 
-bool OrvaneSDKPrivate::avfilter_onEndMeetingBtnClicked(const std::string&, const std::string&, std::string& data) {
+bool AvEventFilter::avfilter_onEndMeetingBtnClicked(const std::string&, const std::string&, std::string& data) {
     // The application decides what the button means; it gets the conference.
     const std::string role = json::parse(data).at("userrole").get<std::string>();
-    data = CtrlSDKUtils::dump(json{{"userrole", role}, {"confId", _conf.confid}});
+    data = CtrlSDKUtils::dump(json{{"userrole", role}, {"confId", core_.conf().confid}});
     return true;
 }
 
-bool OrvaneSDKPrivate::avfilter_onInviteBtnClicked(const std::string&, const std::string&, std::string& data) {
+bool AvEventFilter::avfilter_onInviteBtnClicked(const std::string&, const std::string&, std::string& data) {
     const json j = CtrlSDKUtils::parseQuiet(data);
     if (j.is_object() && j.contains("onInviteBtnClicked") && j["onInviteBtnClicked"].is_boolean() &&
         !j["onInviteBtnClicked"].get<bool>()) {
         const std::string code = CONFNOTIFY::EXCPT_REASON_CONF_NO_INVITATION_INFORMATION;
-        notifyConf(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING,
-                   CtrlSDKUtils::dump(json{{"type", code}, {"errMsg", errMsgFromId(code)}, {"result", ""},
-                                           {"reason", json::array()}}));
+        core_.app().notify(CONFNOTIFY::INTERNAL_EXCEPTION_IN_MEETING,
+                           CtrlSDKUtils::dump(json{{"type", code}, {"errMsg", core_.app().errMsgFromId(code)},
+                                                   {"result", ""}, {"reason", json::array()}}));
         return false;
     }
     return true;
 }
+
+}  // namespace ORVANE

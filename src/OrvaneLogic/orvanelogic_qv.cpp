@@ -21,16 +21,12 @@ bool hasAll(const json& j, std::initializer_list<const char*> keys) {
 
 }  // namespace
 
-OrvaneLogic_QV::~OrvaneLogic_QV() {
-    if (controlThread.joinable()) controlThread.join();
-}
-
 // Control commands the engine carries out by itself. The engine refuses what
 // the local user's role forbids; its answer is only logged.
 void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& data) {
     LOG_DEBUG("OrvaneLogic_QV::sendCommand: type={}, data={}\n", type, data);
-    if (conf == nullptr || conf->av == nullptr) return;
-    AVSDK* av = conf->av;
+    if (conf == nullptr || conf->media() == nullptr) return;
+    AVSDK* av = conf->media();
     const json j = CtrlSDKUtils::parseQuiet(data);
     // A participant is named by its device; the engine knows its own ids.
     auto engineId = [&](const char* key) { return conf->getAvUseridFromDeviceID(j.at(key).get<std::string>()); };
@@ -87,16 +83,6 @@ void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& dat
         const bool lock = j.at("lock").get<bool>();
         LOG_DEBUG("lock meeting bLock={}, ret={}\n", lock, av->lockMeeting(lock));
     }
-}
-
-void OrvaneLogic_QV::onCtrlCommand(const std::string& type, const std::string& data) {
-    (void)type;
-    (void)data;
-}
-
-void OrvaneLogic_QV::onCtrlNotify(const std::string& type, const std::string& data) {
-    (void)type;
-    (void)data;
 }
 
 void OrvaneLogic_QV::setConfptr(OrvaneSDKPrivate* c) { conf = c; }

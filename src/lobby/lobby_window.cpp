@@ -46,13 +46,7 @@ void joinEndedThread(LobbyState& s) {
 }
 
 void lobbyThreadMain() {
-    try {
-        lobby::runLobby();
-    } catch (const std::exception& e) {
-        LOG_ERROR("lobby thread: {}", e.what());
-    } catch (...) {
-        LOG_ERROR("lobby thread: unknown exception");
-    }
+    runContained("lobby thread", lobby::runLobby);
     lobby::printLobbyLine("lobby thread exit\n");
 
     std::function<void()> action, wake;
@@ -156,14 +150,7 @@ void lobbyRunCloseAction() {
         s.actionTaken = true;
         action.swap(s.closeAction);
     }
-    if (!action) return;
-    try {
-        action();
-    } catch (const std::exception& e) {
-        LOG_ERROR("lobby close action: {}", e.what());
-    } catch (...) {
-        LOG_ERROR("lobby close action: unknown exception");
-    }
+    if (action) runContained("lobby close action", action);
 }
 
 void printLobbyLine(const char* line) {

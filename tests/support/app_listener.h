@@ -59,9 +59,12 @@ public:
 
     // Runs inside onConfNotify, after the event is recorded.
     std::function<void(const std::string&, const std::string&)> onNotifyHook;
+    // Sees every event as it is recorded; set before the library runs.
+    std::function<void(const AppEvent&)> onEvent;
 
 private:
     void add(AppEvent e) {
+        if (onEvent) onEvent(e);
         {
             std::lock_guard<std::mutex> lock(mutex_);
             events_.push_back(std::move(e));

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -104,6 +105,8 @@ public:
     }
     ORVANE::AvInterpretationService* interpretation = nullptr;
     ORVANE::AvUiControlService* uiControl = nullptr;
+    // Sees every call as it is recorded; set before the library runs.
+    std::function<void(const EngineCall&)> onCall;
 
 private:
     struct Pending {
@@ -136,6 +139,7 @@ private:
     void record(const char* name, const Tuple& args) {
         EngineCall call{name, {}};
         std::apply([&](const auto&... a) { (call.args.push_back(text(a)), ...); }, args);
+        if (onCall) onCall(call);
         std::lock_guard<std::mutex> lock(mutex_);
         calls_.push_back(std::move(call));
     }

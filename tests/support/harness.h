@@ -54,14 +54,7 @@ public:
             sdk->runUiTask();
         }
     }
-    int state() {
-        ORVANE::CallLock lock(sdk->callMutex());
-        return sdk->stateMachine->cur_state;
-    }
-    void setState(int s) {
-        ORVANE::CallLock lock(sdk->callMutex());
-        sdk->stateMachine->cur_state = s;
-    }
+    int state() { return sdk->callState(); }
     void advance(std::chrono::nanoseconds by) { clock->advance(by); }
 
     LogCapture logs;  // first: the library logs from its constructor on

@@ -1,5 +1,5 @@
-// Server events: the switchboard that sorts them by kind, and the intake of
-// call signals.
+// What arrives from outside without being asked for by the application:
+// the servers' replies and events, and the engine's notifications.
 #include <algorithm>
 #include <cstdio>
 
@@ -8,7 +8,6 @@
 #include "ctrlsdk_utils.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
-#include "ServerInteraction/orvanecmdtojson.h"
 #include "vocabulary_internal.h"
 
 using namespace ORVANE;
@@ -25,6 +24,36 @@ bool isControlCommandEvent(const std::string& event) {
 }
 
 }  // namespace
+
+void OrvaneSDKPrivate::onCtrlCommand(const std::string& type, const std::string& data) {
+    CallLock lock(callMutex_);
+    LOG_DEBUG("Orvane onCtrlCommand: type={}\n", type);
+    try {
+        if (type == "login_info") {
+            const json j = CtrlSDKUtils::parseQuiet(data);
+            if (j.is_object() && j.contains("userid")) identity_.setUserId(j["userid"].get<std::string>());
+        } else if (type == CONF::CONFINFO_BY_DIALNUM) {
+            machine_.on_recv_confinfo(data);
+        } else if (type == CONF::ENDPOINTS) {
+            if (avPlatformName_ == PLATFORM::QC)
+                app_.reply(type, data);
+            else
+                logic_->onCtrlCommand(type, data);
+        } else if (type == CONF::UPDATEDEVICENAME) {
+            LOG_DEBUG("---JSON CONTENT {}-----", data);
+            const json j = json::parse(data);
+            identity_.setDeviceName(j.at("result").at("data").at("deviceName").get<std::string>());
+            LOG_DEBUG("---Parse result : {}---", identity_.deviceName());
+            app_.reply(type, data);
+        } else if (type == CONF::LEGACYS) {
+            // Nobody asks for the legacy list any more.
+        } else {
+            app_.reply(type, data);
+        }
+    } catch (const json::exception& e) {
+        LOG_JSON_ERROR(e.what(), data);
+    }
+}
 
 void OrvaneSDKPrivate::onCtrlNotify(const std::string& type, const std::string& data) {
     CallLock lock(callMutex_);
@@ -64,11 +93,11 @@ void OrvaneSDKPrivate::onConfManagerEvent(const std::string& type, const std::st
     json& event = args.at(0);
     const std::string name = event.at("event").get<std::string>();
     if (isControlCommandEvent(name)) {
-        logic->onCtrlNotify(type, data);
+        logic_->onCtrlNotify(type, data);
         return;
     }
     if (name != "confmgr_endpoint_change") {
-        notifyConf(type, data);
+        app_.notify(type, data);
         return;
     }
     const std::string operation = event.at("operation").get<std::string>();
@@ -77,56 +106,43 @@ void OrvaneSDKPrivate::onConfManagerEvent(const std::string& type, const std::st
     else if (operation == "confmgr_participant_leave")
         onParticipantLeave(type, data, args);
     else
-        notifyConf(type, data);
+        app_.notify(type, data);
 }
 
 void OrvaneSDKPrivate::onParticipantJoin(const std::string& type, json& args) {
     json& event = args.at(0);
     json& endpoint = event.at("endpoint");
-    syncAllCacheStatusFromAVSDK();
+    const std::string guid = endpoint.at("externalGuid").get<std::string>();
+    // The cache follows the engine's own reports of status and roles; it
+    // reads the whole list of users again only when that list may have
+    // changed, so that a burst of joins does not read it once each.
+    if (engineUsersStale_ || (!guid.empty() && !endpoints_.contains(guid))) syncAllCacheStatusFromAVSDK();
 
-    if (endpoint.at("deviceId").get<std::string>() == device_id) {
+    const std::string& me = identity_.deviceId();
+    if (endpoint.at("deviceId").get<std::string>() == me) {
         onJoinMsgMyOwn(event);
-        if (av && av->isHostUser())
-            control->sendCommand(CONF::TURNASCONTROLLER, CtrlSDKUtils::dump(json{
-                                                             {"conferenceid", _conf.confid},
-                                                             {"externaldeviceid", device_id}}));
-        control->sendCommand(CONF::SYNCDATA, CtrlSDKUtils::dump(json{{"conferenceid", _conf.confid},
-                                                                      {"externaldeviceid", device_id},
-                                                                      {"microphone", _conf.microphone},
+        if (av_ && av_->isHostUser())
+            control_.sendCommand(CONF::TURNASCONTROLLER,
+                                 CtrlSDKUtils::dump(json{{"conferenceid", conf_.confid}, {"externaldeviceid", me}}));
+        control_.sendCommand(CONF::SYNCDATA, CtrlSDKUtils::dump(json{{"conferenceid", conf_.confid},
+                                                                      {"externaldeviceid", me},
+                                                                      {"microphone", conf_.microphone},
                                                                       {"synctype", "device"}}));
     }
 
-    const std::string guid = endpoint.at("externalGuid").get<std::string>();
     // The application has had this participant from the simulation already.
-    if (std::find(simulatedGuids.begin(), simulatedGuids.end(), guid) != simulatedGuids.end()) return;
-
+    if (filter_.simulated(guid)) return;
     const std::string extId = endpoint.at("externalDeviceId").get<std::string>();
-    json report;
-    {
-        std::lock_guard<std::mutex> epLock(epStatusMutex);
-        // The device came back under a new engine user id: one entry, not two.
-        for (auto it = epStatusList.begin(); it != epStatusList.end(); ++it) {
-            if (it->second.externalDeviceId == extId) {
-                if (it->first != guid) epStatusList.erase(it);
-                break;
-            }
-        }
-        if (!guid.empty()) {
-            EpStatus& entry = epStatusList[guid];
-            entry.externalDeviceId = extId;
-            entry.name = endpoint.at("name").get<std::string>();
-            // The engine's view of mute and roles wins over the server's.
-            endpoint["adminMute"] = entry.adminMute;
-            endpoint["videoMute"] = entry.videoMute;
-            endpoint["isOperator"] = entry.isHost || entry.isCohost;
-            endpoint["isHost"] = entry.isHost;
-            endpoint["isCohost"] = entry.isCohost;
-            report = entry.toJson();
-        }
-    }
-    if (!guid.empty()) {
-        if (av && av->isHostUser() && syncing) {
+    const auto entry = endpoints_.tieToDevice(guid, extId, guid.empty() ? "" : endpoint.at("name").get<std::string>());
+    if (entry) {
+        // The engine's view of mute and roles wins over the server's.
+        endpoint["adminMute"] = entry->adminMute;
+        endpoint["videoMute"] = entry->videoMute;
+        endpoint["isOperator"] = entry->isHost || entry->isCohost;
+        endpoint["isHost"] = entry->isHost;
+        endpoint["isCohost"] = entry->isCohost;
+        if (syncing_ && av_ && av_->isHostUser()) {
+            json report = entry->toJson();
             report["action"] = "adminMute";
             reportControlPanel(json::array({report}));
         }
@@ -134,26 +150,23 @@ void OrvaneSDKPrivate::onParticipantJoin(const std::string& type, json& args) {
     }
     const std::string text = CtrlSDKUtils::dump(args);
     LOG_DEBUG("confsdk: confmgr_participant_join merge result={}", text);
-    notifyConf(type, text);
+    app_.notify(type, text);
 }
 
 void OrvaneSDKPrivate::onParticipantLeave(const std::string& type, const std::string& data, json& args) {
     const std::string guid = args.at(0).at("endpoint").at("externalGuid").get<std::string>();
     if (!guid.empty()) {
-        {
-            std::lock_guard<std::mutex> epLock(epStatusMutex);
-            epStatusList.erase(guid);
-        }
+        endpoints_.erase(guid);
         LOG_DEBUG("confsdk: confmgr_participant_leave status merged\n");
     }
-    notifyConf(type, data);
+    app_.notify(type, data);
 }
 
 void OrvaneSDKPrivate::onAutonomyEvent(json& args) {
     const json& event = args.at(0);
     if (CtrlSDKUtils::safeString(event, "event") == "trans_autonomic_action" &&
         CtrlSDKUtils::safeString(event, "action") == "BE_LOGOUT")
-        notifyConf("trans_server_autonomy", CtrlSDKUtils::dump(json{{"action", "BE_LOGOUT"}}));
+        app_.notify("trans_server_autonomy", CtrlSDKUtils::dump(json{{"action", "BE_LOGOUT"}}));
 }
 
 void OrvaneSDKPrivate::onCallmasterControl(json& args) {
@@ -162,16 +175,18 @@ void OrvaneSDKPrivate::onCallmasterControl(json& args) {
     if (name == "ctrl_cmd_call_out_h323") {
         const std::string cmdId = event.at("cmdId").get<std::string>();
         const json& device = event.at("h323Device");
+        // All five are required, though only three are used.
         device.at("deviceId").get<std::string>();
         const std::string deviceName = device.at("deviceName").get<std::string>();
         const std::string dialString = device.at("dialString").get<std::string>();
         device.at("e164Num").get<std::string>();
-        const std::string protocolType = device.at("protocolType").get<std::string>();
-        callH323device(deviceName, dialString, protocolType, cmdId);
+        device.at("protocolType").get<std::string>();
+        LOG_WARN("callH323device: H.323 call-outs are not implemented yet; the order for {} ({}), cmdId={}, is dropped",
+                 deviceName, dialString, cmdId);
     } else if (name == "ctrl_cmd_hang_up_h323") {
         const std::string cmdId = event.at("cmdId").get<std::string>();
         const std::string sdkUserId = event.at("sdkUserId").get<std::string>();
-        if (av) av->hangupH323device(sdkUserId, cmdId);
+        if (av_) av_->hangupH323device(sdkUserId, cmdId);
     }
 }
 
@@ -183,55 +198,41 @@ void OrvaneSDKPrivate::onDeviceManagerEvent(const std::string& type, const std::
     } else if (name == "devicemgr_device_change_device_name") {
         LOG_DEBUG("Recv devicemgr_device_change_device_name, data={}", data);
         const std::string id = CtrlSDKUtils::safeString(event, "deviceId");
-        if (id != device_id) {
+        if (id != identity_.deviceId()) {
             LOG_ERROR("Error: recv msg devicemgr_device_change_device_name, but the dev_id is different from mine.!");
             return;
         }
-        device_name = CtrlSDKUtils::safeString(event, "deviceName");
-        notifyConf(CONFNOTIFY::DEVICE_NAME_CHANGED,
-                   CtrlSDKUtils::dump(json{{"deviceId", id}, {"deviceName", device_name}}));
+        identity_.setDeviceName(CtrlSDKUtils::safeString(event, "deviceName"));
+        app_.notify(CONFNOTIFY::DEVICE_NAME_CHANGED,
+                    CtrlSDKUtils::dump(json{{"deviceId", id}, {"deviceName", identity_.deviceName()}}));
     } else {
-        notifyConf(type, data);
+        app_.notify(type, data);
     }
 }
 
 void OrvaneSDKPrivate::onDeviceRegister(const json& event) {
     bool knownPlatform = true;
     try {
-        device_id = event.at("deviceId").get<std::string>();
-        serial_number = event.at("serialNumber").get<std::string>();
-        my_dial_num = event.at("dialNumber").get<std::string>();
-        device_name = event.at("deviceName").get<std::string>();
-        device_type = event.at("deviceType").get<std::string>();
-        register_user_id = CtrlSDKUtils::safeString(event, "regUserId");
-        register_user_name = CtrlSDKUtils::safeString(event, "regUserName");
-        is_meeting_room_device = event.at("isMeetingRoomDevice").get<bool>();
-        CtrlSDKUtils::OrvaneCmdToJson::setCmdIdentity(is_meeting_room_device, device_id, device_name, user_id, "");
-        const std::string platform = event.at("mediaPlatform").get<std::string>();
-        if (platform == "QV") {
-            CtrlSDKUtils::safeString(event, "qvHostAddress");
-            CtrlSDKUtils::safeString(event, "qvJwt");
-            av_user = CtrlSDKUtils::safeString(event, "qvUserName");
-            av_password = CtrlSDKUtils::safeString(event, "qvPassword");
-        } else if (platform != "QC") {
-            LOG_CRITICAL("ERROR! Unknown AV Engine, please developer to add corresponding processing.");
-            knownPlatform = false;
-        }
+        identity_.storeRegistration(event);
+        knownPlatform = identity_.storeMediaPlatform(event);
     } catch (const json::exception& e) {
         // What was stored stays; the registration goes on with it.
         LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(event));
     }
-    notifyConf(CONFNOTIFY::DEVICE_NAME_CHANGED,
-               CtrlSDKUtils::dump(json{{"deviceId", device_id}, {"deviceName", device_name}}));
-    notifyConf(CONFNOTIFY::REGINFO, CtrlSDKUtils::dump(json{{"deviceid", device_id}}));
+    app_.notify(CONFNOTIFY::DEVICE_NAME_CHANGED, CtrlSDKUtils::dump(json{{"deviceId", identity_.deviceId()},
+                                                                        {"deviceName", identity_.deviceName()}}));
+    app_.notify(CONFNOTIFY::REGINFO, CtrlSDKUtils::dump(json{{"deviceid", identity_.deviceId()}}));
     // Without a media engine for this platform the device cannot take part in
     // any meeting: it is not offered to the call server.
     if (!knownPlatform) return;
     // The application hears of its identity before the media login starts.
     continueAfterDeliveries([this] {
-        _av_login();
-        stateMachine->send_register();
-        callserver_register();
+        filter_._av_login();
+        machine_.send_register();
+        // A second REGISTER, whatever the machine did: a later registration
+        // event finds the machine past its first state, and is carried by
+        // this one alone.
+        signals_.callserver_register();
     });
 }
 
@@ -249,17 +250,33 @@ void OrvaneSDKPrivate::onCallSignal(json& args) {
         LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(signal));
     }
     LOG_INFO("\n\nReceived startline_command={}, CSEQ cmd={}\n\n", command, cseqCommand);
-    if (!stateMachine->check_server_msg_is_expect(command, cseqCommand)) {
+    if (machine_.answerAbandonedCall(command, signal)) return;
+    if (!machine_.check_server_msg_is_expect(command, cseqCommand)) {
         LOG_WARN("check_server_msg_is_expect return false;\n");
         return;
     }
-    stateMachine->on_recv_callsignal(command, cseqCommand, signal);
+    machine_.on_recv_callsignal(command, cseqCommand, signal);
 }
 
-void OrvaneSDKPrivate::callH323device(const std::string& deviceName, const std::string& deviceIp,
-                                      const std::string& deviceType, const std::string& cmdId) {
-    // Call-outs to room systems are queued and placed by the H.323 module,
-    // which this build does not carry yet: the order is only recorded.
-    LOG_DEBUG("callH323device deviceName={}, deviceIp={}, deviceType={}, cmdId={}", deviceName, deviceIp,
-              deviceType, cmdId);
+int OrvaneSDKPrivate::onJoinMsgMyOwn(const json& event) {
+    // Only the first such event of a call: a call this library started
+    // already knows its conference.
+    if (!conf_.confid.empty()) return 0;
+    LOG_DEBUG("confsdk onJoinMsgMyOwn enter, call parseConfinfo.");
+    parseConfinfo(CtrlSDKUtils::dump(event));
+    if (av_ == nullptr || !av_->isHostUser() || conf_.confid.empty()) return 0;
+    if (CtrlSDKUtils::safeString(event, "waitingRoom") == "enable") av_->enableWaitingRoom(true);
+    control_.sendCommand(CONF::TURNASCONTROLLER, CtrlSDKUtils::dump(json{{"conferenceid", conf_.confid},
+                                                                         {"externaldeviceid", identity_.deviceId()}}));
+    return 0;
+}
+
+void OrvaneSDKPrivate::onNotify(std::string group, std::string cmd, std::string data) {
+    CallLock lock(callMutex_);
+    std::string copy = data;
+    LOG_DEBUG("--------{} : group {}, cmd {}, data {}-------", "onNotify", group, cmd, data);
+    bool pass = false;
+    // Nothing the engine sends may throw back into its thread.
+    runContained("onNotify: a handler failed", [&] { pass = filter_.av_notification_filter(group, cmd, copy); });
+    if (pass) app_.notifyMedia(group, cmd, copy);
 }

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "orvane/avsdk.h"
+#include "orvane/confsdk.h"
+#include "orvane/transsdk.h"
+
+namespace ORVANE {
+
+// What reaches the application: its two listeners, and the transport's
+// human texts for the failure ids it is told. Every listener call is handed
+// to CallLock::deliver, so it runs once this thread holds no library lock.
+// The pointers may be set and read from any thread.
+class AppChannel {
+public:
+    void setListener(ConfSDK::Listener* listener) { listener_ = listener; }
+    void setMediaListener(AVSDK::Listener* listener) { mediaListener_ = listener; }
+    void setTransport(TransSDK* trans) { trans_ = trans; }
+    TransSDK* transport() const { return trans_; }
+    bool hasListener() const { return listener_ != nullptr; }
+
+    // onConfNotify of the application's listener.
+    void notify(const std::string& type, const std::string& data) const;
+    // onConfCommand: the reply to one of the application's commands.
+    void reply(const std::string& type, const std::string& data) const;
+    // onNotify of the application's engine listener.
+    void notifyMedia(const std::string& group, const std::string& cmd, const std::string& data) const;
+    // The transport's text for a failure id; empty without a transport.
+    std::string errMsgFromId(const std::string& id) const;
+
+private:
+    std::atomic<ConfSDK::Listener*> listener_{nullptr};
+    std::atomic<AVSDK::Listener*> mediaListener_{nullptr};
+    std::atomic<TransSDK*> trans_{nullptr};
+};
+
+}  // namespace ORVANE

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "orvane/types.h"
+
+namespace ORVANE {
+
+// One participant of the media meeting, keyed by the engine's user id.
+struct EpStatus {
+    std::string userid;            // the participant's user id at the conference manager, where known
+    std::string externalDeviceId;  // empty: not yet tied to a device; changed through the cache only
+    std::string name;
+    bool adminMute = false;
+    bool videoMute = false;
+    bool isHost = false;
+    bool isCohost = false;
+
+    // The endpoint status object sent to the servers.
+    nlohmann::json toJson() const;
+};
+
+// The conference's status as the control panel shows it.
+struct ConferenceFlags {
+    bool muteAll = false;
+    bool allowUnmute = false;
+    bool locked = false;
+    bool hostVideoWhenEntering = false;
+    bool participantVideoWhenEntering = false;
+};
+
+// Who is in the meeting: the only bridge between the engine, which names
+// participants by its user ids, and the conference manager, which names them
+// by device. One mutex guards the entries and the flags; it is held for each
+// call and never while calling out, so any thread may use the cache. An
+// index by device keeps every lookup and change independent of the
+// meeting's size.
+class EndpointCache {
+public:
+    // Changes made under the cache's lock, through edit().
+    class Editor {
+    public:
+        // The entry of `userid`, made empty when missing.
+        EpStatus& entry(const std::string& userid);
+        const EpStatus* find(const std::string& userid) const;
+        void setDevice(const std::string& userid, const std::string& deviceId);
+        void erase(const std::string& userid);
+        // The entry's status object with "action" naming the change, or
+        // nothing when the entry is not tied to a device.
+        std::optional<nlohmann::json> report(const std::string& userid, const char* action) const;
+        // The user ids of the entries with `isHost`, in user id order.
+        std::vector<std::string> hosts() const;
+        ConferenceFlags& flags();
+        // Every entry in user id order; `visit` may change devices.
+        template <typename F>
+        void forEach(F&& visit) {
+            for (auto& entry : cache_.entries_) visit(entry.first, entry.second);
+        }
+
+    private:
+        friend class EndpointCache;
+        explicit Editor(EndpointCache& cache) : cache_(cache) {}
+        EndpointCache& cache_;
+    };
+
+    template <typename F>
+    auto edit(F&& change) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        Editor editor(*this);
+        return change(editor);
+    }
+
+    // The user id of the first entry, in user id order, tied to `deviceId`;
+    // empty when none is.
+    std::string userIdOfDevice(const std::string& deviceId) const;
+    // The device of `userid`, empty when unknown.
+    std::string deviceOfUserId(const std::string& userid) const;
+    bool contains(const std::string& userid) const;
+    size_t size() const;
+    // Every (user id, device) pair, in user id order.
+    std::vector<std::pair<std::string, std::string>> devices() const;
+
+    // The engine's view of each user's audio, video and roles; names and
+    // devices stay, and users the engine no longer reports stay too.
+    void applyEngineUsers(const AvUserMap& users);
+    // The server says `userid` is the participant of `deviceId`: an older
+    // entry of that device under another user id goes, so a participant
+    // who came back has one entry. Gives the entry as it now stands; with
+    // an empty `userid` only the older entry goes, and nothing is given.
+    std::optional<EpStatus> tieToDevice(const std::string& userid, const std::string& deviceId,
+                                        const std::string& name);
+    void erase(const std::string& userid);
+
+    // Entries and flags back to those of no meeting.
+    void clear();
+    void setFlags(const ConferenceFlags& flags);
+
+    // The control panel of conference `confid`: `endpoints` when it holds
+    // any, else the status of every entry tied to a device.
+    nlohmann::json controlPanel(const std::string& confid, const nlohmann::json& endpoints) const;
+
+private:
+    void unindex(const std::string& userid, const std::string& deviceId);
+
+    mutable std::mutex mutex_;
+    std::map<std::string, EpStatus> entries_;
+    // Device to the user ids tied to it, in user id order.
+    std::unordered_map<std::string, std::set<std::string>> byDevice_;
+    ConferenceFlags flags_;
+};
+
+}  // namespace ORVANE
