@@ -39,7 +39,7 @@ public:
         worker_.join();
     }
 
-#define ORVTEST_FAKE_OP(RET, NAME, PARAMS, ARGS, KIND)          \
+#define ORVTEST_FAKE_OP(RET, NAME, PARAMS, ARGS, KIND, ENTER)   \
     RET NAME PARAMS override {                                   \
         auto orvArgs = std::forward_as_tuple ARGS;               \
         record(#NAME, orvArgs);                                  \
