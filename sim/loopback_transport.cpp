@@ -94,7 +94,9 @@ const std::map<std::string, std::string>& builtinErrMsgs() {
 
 LoopbackTransport::LoopbackTransport() : thread_([this] { run(); }) {}
 
-LoopbackTransport::~LoopbackTransport() {
+LoopbackTransport::~LoopbackTransport() { stop(); }
+
+void LoopbackTransport::stop() {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stop_ = true;

@@ -22,6 +22,8 @@ class LoopbackTransport : public ORVANE::TransSDK {
 public:
     LoopbackTransport();
     ~LoopbackTransport() override;
+    // Ends the delivery thread; what is still queued is not delivered.
+    void stop();
     LoopbackTransport(const LoopbackTransport&) = delete;
     LoopbackTransport& operator=(const LoopbackTransport&) = delete;
 

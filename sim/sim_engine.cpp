@@ -10,13 +10,15 @@ SimEngine::SimEngine() : SimEngine(Options{}) {}
 
 SimEngine::SimEngine(Options options) : options_(options), thread_([this] { run(); }) {}
 
-SimEngine::~SimEngine() {
+SimEngine::~SimEngine() { stop(); }
+
+void SimEngine::stop() {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
     }
     cv_.notify_all();
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
 }
 
 void SimEngine::install(SimEngine* engine) {

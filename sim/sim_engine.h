@@ -39,6 +39,8 @@ public:
     SimEngine();
     explicit SimEngine(Options options);
     ~SimEngine() override;
+    // Ends the engine's thread; notifications still due are not sent.
+    void stop();
 
     // Makes this engine the one AVSDK_Factory gives out; null removes it.
     static void install(SimEngine* engine);

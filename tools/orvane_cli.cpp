@@ -294,6 +294,12 @@ class Console {
 public:
     Console(const Options& options, FILE* out)
         : options_(options), timeline_(out), app_(timeline_), servers_(transport_) {}
+    // The wire and the engine both report into the library, which may call
+    // the other: both stop before either dies.
+    ~Console() {
+        transport_.stop();
+        engine_.stop();
+    }
 
     int run();
 

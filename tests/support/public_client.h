@@ -10,12 +10,17 @@
 namespace orvtest {
 
 // An application on the exported interface, on the simulated engine and the
-// transport of the test's choice. Members are declared so that the engine,
-// whose thread reports into the library, goes before the transport.
+// transport of the test's choice.
 template <typename Transport>
 struct PublicClient {
     PublicClient() : ui(nullptr, app) {}
-    ~PublicClient() { orvsim::SimEngine::install(nullptr); }
+    // Both threads that report into the library stop before either object
+    // dies: each side's late report may reach the other.
+    ~PublicClient() {
+        trans.stop();
+        engine.stop();
+        orvsim::SimEngine::install(nullptr);
+    }
 
     // Creates the library as an application does, up to initMediaService.
     void start() {
