@@ -59,12 +59,6 @@ int CallSignalSender::callserver_register() {
     return sendRegistration(SIGNAL::REGISTER, {{"SdpParameters", json::object()}});
 }
 
-int CallSignalSender::callserver_unregister() {
-    LOG_DEBUG("{}:{}() enter", "confsdk", "callserver_unregister");
-    LOG_DEBUG("Send UN-REGISTER");
-    return sendRegistration(SIGNAL::UNREGISTER, json::object());
-}
-
 int CallSignalSender::callserver_invite(std::string dialnum) {
     LOG_DEBUG("{}:{}() enter", "confsdk", "callserver_invite");
     LOG_DEBUG("Send INVITE");

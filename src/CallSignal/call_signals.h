@@ -12,8 +12,8 @@ namespace ORVANE {
 struct OrvaneConference;
 class DeviceIdentity;
 
-// The call signals this client sends to the call server. REGISTER,
-// UNREGISTER, INVITE and BYE are written afresh; ACK, ACCEPTED, OK, UPDATE
+// The call signals this client sends to the call server. REGISTER, INVITE
+// and BYE are written afresh (no state ever unregisters); ACK, ACCEPTED, OK, UPDATE
 // and ERROR are the last signal the server sent, changed, so that
 // everything the server put in it goes back to it. Used under the call lock.
 class CallSignalSender {
@@ -23,7 +23,6 @@ public:
                      std::function<void()> closeCall);
 
     int callserver_register();
-    int callserver_unregister();
     int callserver_invite(std::string dialnum);
     int callserver_bye(const std::string& dialnum);
     int callserver_ack();
@@ -36,7 +35,7 @@ public:
     int callserver_error_to(const nlohmann::json& signal, int code, const std::string& message);
 
 private:
-    // REGISTER, UNREGISTER: a new call id, no party on the other side.
+    // REGISTER: a new call id, no party on the other side.
     int sendRegistration(const char* command, nlohmann::json body);
     void storeCallId(const std::string& id);
     void send(const char* type, const std::string& text);

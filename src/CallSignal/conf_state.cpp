@@ -56,12 +56,14 @@ ConfStateMachine::ConfStateMachine(OrvaneSDKPrivate& core, TimerTaskQueue& timer
     states_.emplace_back(std::make_unique<ConfStateActive_WaitInviteResult>(
         this, ExpectedMessages{{"ACCEPTED", "INVITE"}, {"ERROR", "INVITE"}}));
     states_.emplace_back(std::make_unique<ConfStateActive_WaitAvUserid>(
-        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}}));
+        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}},
+        "ConfStateActive_WaitAvUserid"));
     states_.emplace_back(std::make_unique<ConfStatePassive_WaitConfInfo>(this, ExpectedMessages{{"CANCEL", "CANCEL"}}));
     states_.emplace_back(
         std::make_unique<ConfStatePassive_WaitUserConfirm>(this, ExpectedMessages{{"CANCEL", "CANCEL"}}));
     states_.emplace_back(std::make_unique<ConfStatePassive_WaitAvUserid>(
-        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}}));
+        this, ExpectedMessages{{"CANCEL", "CANCEL"}, {"ERROR", "INVITE"}, {"ERROR", "ACK"}},
+        "ConfStatePassive_WaitAvUserid"));
     states_.emplace_back(
         std::make_unique<ConfStatePassive_WaitAck>(this, ExpectedMessages{{"ACK", "ACK"}, {"ERROR", "ACCEPTED"}}));
     states_.emplace_back(std::make_unique<ConfStateInMeeting>(

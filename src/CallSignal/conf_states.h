@@ -59,24 +59,16 @@ private:
 };
 
 // Accepted by the server, waiting for the media join of an outgoing call.
-class ConfStateActive_WaitAvUserid : public ConfStateWaitAvUserid {
-public:
-    ConfStateActive_WaitAvUserid(ConfStateMachine* m, ExpectedMessages expected)
-        : ConfStateWaitAvUserid(m, std::move(expected), "ConfStateActive_WaitAvUserid") {}
+struct ConfStateActive_WaitAvUserid final : ConfStateWaitAvUserid {
+    using ConfStateWaitAvUserid::ConfStateWaitAvUserid;
     int on_avsdk_join_ok() override;
-
-private:
     void endOnServerAfterLeave() override;
 };
 
 // Taken by the user, waiting for the media join of an incoming call.
-class ConfStatePassive_WaitAvUserid : public ConfStateWaitAvUserid {
-public:
-    ConfStatePassive_WaitAvUserid(ConfStateMachine* m, ExpectedMessages expected)
-        : ConfStateWaitAvUserid(m, std::move(expected), "ConfStatePassive_WaitAvUserid") {}
+struct ConfStatePassive_WaitAvUserid final : ConfStateWaitAvUserid {
+    using ConfStateWaitAvUserid::ConfStateWaitAvUserid;
     int on_avsdk_join_ok() override;
-
-private:
     void endOnServerAfterLeave() override;
 };
 

@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 
+#include "endpoint_cache.h"
+
 class OrvaneSDKPrivate;
 
 namespace ORVANE {
@@ -73,6 +75,8 @@ private:
     // conference manager when `toPortal`. False when there was something
     // to report, so the engine's own event goes no further.
     bool reportEndpoints(const nlohmann::json& endpoints, bool toPortal);
+    // Sets one flag of a participant; the report of it when it changed.
+    nlohmann::json setFlag(const std::string& userid, bool EpStatus::*flag, bool value, const char* action);
     void sendHostRequest(const nlohmann::json& request);
     void sendSyncData(const nlohmann::json& data);
     // "JOIN" or "LEAVE" to the conference manager; nothing when `userid`

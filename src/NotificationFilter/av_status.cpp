@@ -59,16 +59,19 @@ bool AvEventFilter::avfilter_onUserAudioStatusChange(const std::string&, const s
     return reportEndpoints(endpoints, av && av->isHostUser() && core_.syncing());
 }
 
-bool AvEventFilter::avfilter_onUserVideoStatusChange(const std::string&, const std::string&, std::string& data) {
-    const json j = json::parse(data);
-    const std::string userid = j.at("userid").get<std::string>();
-    const bool muted = j.at("muted").get<bool>();
-    const json endpoints = core_.endpoints().edit([&](EndpointCache::Editor& e) {
-        e.entry(userid).videoMute = muted;
+json AvEventFilter::setFlag(const std::string& userid, bool EpStatus::*flag, bool value, const char* action) {
+    return core_.endpoints().edit([&](EndpointCache::Editor& e) {
+        e.entry(userid).*flag = value;
         json out = json::array();
-        if (auto report = e.report(userid, "videoMute")) out.push_back(std::move(*report));
+        if (auto report = e.report(userid, action)) out.push_back(std::move(*report));
         return out;
     });
+}
+
+bool AvEventFilter::avfilter_onUserVideoStatusChange(const std::string&, const std::string&, std::string& data) {
+    const json j = json::parse(data);
+    const json endpoints =
+        setFlag(j.at("userid").get<std::string>(), &EpStatus::videoMute, j.at("muted").get<bool>(), "videoMute");
     LOG_DEBUG("------Endpoints : size = {}-------", endpoints.size());
     AVSDK* av = core_.media();
     return reportEndpoints(endpoints, av && av->isHostUser() && core_.syncing());
@@ -111,12 +114,7 @@ bool AvEventFilter::avfilter_onCoHostChangeNotification(const std::string&, cons
     const json j = json::parse(data);
     const std::string userid = j.at("userid").get<std::string>();
     const bool cohost = j.at("is_cohost").get<bool>();
-    const json endpoints = core_.endpoints().edit([&](EndpointCache::Editor& e) {
-        e.entry(userid).isCohost = cohost;
-        json out = json::array();
-        if (auto report = e.report(userid, "isCohost")) out.push_back(std::move(*report));
-        return out;
-    });
+    const json endpoints = setFlag(userid, &EpStatus::isCohost, cohost, "isCohost");
     if (endpoints.empty()) return true;
     AVSDK* av = core_.media();
     reportEndpoints(endpoints, av && av->isHostUser());
