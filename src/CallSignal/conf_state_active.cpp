@@ -169,7 +169,6 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
 
 int ConfStateActive_WaitAvUserid::on_avsdk_join_ok() {
     machine->setState(AVSTATE_IN_MEETING);
-    machine->lobby_join = 0;
     machine->core().signals().callserver_ack();
     return STATE_HANDLED;
 }
