@@ -23,6 +23,13 @@ void PortalReporter::put_msg(const PortalMsg& msg) {
     queue_.push(msg);
 }
 
+void PortalReporter::clear() {
+    const size_t dropped = queue_.clear();
+    std::lock_guard<std::mutex> lock(idleMutex_);
+    outstanding_ -= dropped;
+    if (outstanding_ == 0) idle_.notify_all();
+}
+
 bool PortalReporter::waitIdle(std::chrono::milliseconds timeout) {
     std::unique_lock<std::mutex> lock(idleMutex_);
     return idle_.wait_for(lock, timeout, [this] { return outstanding_ == 0 || !running_; });

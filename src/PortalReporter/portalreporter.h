@@ -42,13 +42,16 @@ public:
         items_.pop_front();
         return true;
     }
-    // Drops every waiting item; the reader goes on waiting.
-    void clear() {
+    // Drops every waiting item and tells how many; the reader goes on waiting.
+    size_t clear() {
+        size_t dropped;
         {
             std::lock_guard<std::mutex> lock(mutex_);
+            dropped = items_.size();
             items_.clear();
         }
         wake_.notify_all();
+        return dropped;
     }
     void stop() {
         {
@@ -80,7 +83,7 @@ public:
     // Returns at once, from any thread.
     void put_msg(const PortalMsg& msg);
     // Drops the reports not yet sent.
-    void clear() { queue_.clear(); }
+    void clear();
     // Ends the thread and waits for it; reports still queued are not sent.
     void stop();
     // Waits until every report put so far has been sent or dropped; false on
