@@ -9,13 +9,10 @@
 #include <thread>
 
 #include "ServerInteraction/orvanecmdtojson.h"
-#include "ServerInteraction/rest_dispatch.h"
 #include "log_capture.h"
 #include "orvane/vocabulary.h"
 
 using namespace CtrlSDKUtils::OrvaneCmdToJson;
-using ORVANE::RestBuilder;
-using ORVANE::restBuilderFor;
 using orvtest::LogCapture;
 namespace CONF = ORVANE::CONF;
 
