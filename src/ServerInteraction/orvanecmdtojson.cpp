@@ -1,6 +1,8 @@
 #include "orvanecmdtojson.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -21,6 +23,8 @@ namespace CONF = ORVANE::CONF;
 const char* const kConfmgr = "/api/quelmar/confmgr/";
 const char* const kDevicemgr = "/api/quelmar/devicemgr/";
 constexpr bool kFixedVersion = true;
+constexpr bool kDataVersion = false;
+constexpr bool kNotRouted = false;
 
 struct Identity {
     bool isMeetingRoomDevice = false;
@@ -56,8 +60,13 @@ std::string urlValue(const json& v, char form) {
     }
 }
 
+// The form of a path field that this terminal fills in from its own identity,
+// whatever the data says: "{i:deviceId}".
+constexpr char kOwnDevice = 'i';
+
 // Walks a path template, handing its literal text and its fields ("{key}",
-// "{b:key}", "{n:key}", "{t:key}") to the two callbacks in order.
+// "{b:key}", "{n:key}", "{t:key}", "{i:deviceId}") to the two callbacks in
+// order.
 template <typename Literal, typename Field>
 void walkPath(std::string_view path, Literal&& literal, Field&& field) {
     size_t pos = 0;
@@ -80,6 +89,16 @@ void walkPath(std::string_view path, Literal&& literal, Field&& field) {
     }
 }
 
+// Calls `each` with every word of a list separated by single spaces.
+template <typename Each>
+void forEachWord(std::string_view words, Each&& each) {
+    while (!words.empty()) {
+        const size_t end = std::min(words.find(' '), words.size());
+        each(std::string(words.substr(0, end)));
+        words.remove_prefix(std::min(end + 1, words.size()));
+    }
+}
+
 // Appends `prefix` and the key's value when the data has the key.
 void appendIfPresent(std::string& url, const json& j, const char* prefix, const char* key, char form) {
     if (has(j, key)) url += prefix + urlValue(j.at(key), form);
@@ -88,27 +107,50 @@ void appendIfPresent(std::string& url, const json& j, const char* prefix, const 
 enum class Body {
     Null,           // the text "null"
     Empty,          // the empty string
+    EmptyObject,    // the text "{}"
     Text,           // the data text as given
     PayloadKey,     // the string key "payload", required
     PayloadOrText,  // the string key "payload" if present, else the data text
     Copy,           // an object of the extra required keys, values copied
+    String,         // an object of the one extra required key, a string, under the server's name for it
+    Step,           // written by the row's step
 };
 
-// One command: where it goes and what it carries.
-struct Row {
-    const char* id;
-    const char* verb;
-    const char* base;     // kConfmgr or kDevicemgr
-    const char* version;  // the default, which the data's "version" replaces
-    const char* path;     // after the version, with fields in braces
-    Body body;
-    std::vector<const char*> needs = {};  // required keys beyond the path's
-    bool fixed = false;                   // the version can't be replaced
+// A body, with the name the server knows the value by for Body::String.
+struct BodyOf {
+    constexpr BodyOf(Body k, const char* n = nullptr) : kind(k), name(n) {}
+    Body kind;
+    const char* name;
 };
+
+constexpr BodyOf stringAs(const char* name) { return {Body::String, name}; }
 
 struct Request {
     std::string url;
     std::string payload;
+};
+
+struct Row;
+
+// What a command does beyond the common steps. It forms the request itself,
+// mostly by calling formRequest and adding to what that gives; nothing means
+// no request.
+using Step = std::optional<Request> (*)(const Row& row, const json& j, const std::string& text);
+
+// One command: its builder, where it goes and what it carries.
+struct Row {
+    const char* name;      // the builder's
+    const char* function;  // the builder's qualified name, under which its lines are logged
+    const char* type;      // the command type, which is the request's id
+    const char* verb;
+    const char* base;     // kConfmgr or kDevicemgr
+    const char* version;  // the default, which the data's "version" replaces
+    const char* path;     // after the version, with fields in braces
+    BodyOf body;
+    const char* needs = "";  // required keys beyond the path's, separated by spaces
+    bool fixed = false;      // the version can't be replaced
+    Step step = nullptr;
+    bool routed = true;  // the control channel sends it
 };
 
 // The steps common to the rows. Nothing when a required key is missing.
@@ -119,23 +161,33 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
     // Every required key is looked for before any is read: a missing key
     // gives no request even when another one has the wrong type.
     bool complete = true;
+    const auto need = [&](const std::string& key) { complete = complete && has(j, key); };
     walkPath(
-        row.path, [](std::string_view) {}, [&](char, const std::string& key) { complete = complete && has(j, key); });
-    for (const char* key : row.needs) complete = complete && has(j, key);
-    if (row.body == Body::PayloadKey) complete = complete && has(j, "payload");
+        row.path, [](std::string_view) {},
+        [&](char form, const std::string& key) {
+            if (form != kOwnDevice) need(key);
+        });
+    forEachWord(row.needs, need);
+    if (row.body.kind == Body::PayloadKey) need("payload");
     if (!complete) return std::nullopt;
 
     Request req;
     req.url = std::string(row.base) + version;
     walkPath(
         row.path, [&](std::string_view literal) { req.url += literal; },
-        [&](char kind, const std::string& key) { req.url += urlValue(j.at(key), kind); });
+        [&](char form, const std::string& key) {
+            req.url += form == kOwnDevice ? currentIdentity().deviceId : urlValue(j.at(key), form);
+        });
 
-    switch (row.body) {
+    switch (row.body.kind) {
         case Body::Null:
             req.payload = "null";
             break;
         case Body::Empty:
+        case Body::Step:
+            break;
+        case Body::EmptyObject:
+            req.payload = "{}";
             break;
         case Body::Text:
             req.payload = text;
@@ -148,22 +200,163 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
             break;
         case Body::Copy: {
             json body = json::object();
-            for (const char* key : row.needs) body[key] = j.at(key);
+            forEachWord(row.needs, [&](const std::string& key) { body[key] = j.at(key); });
             req.payload = dump(body);
             break;
         }
+        case Body::String:
+            req.payload = dump(json::object({{row.body.name, j.at(row.needs).get<std::string>()}}));
+            break;
     }
     return req;
 }
 
-std::string envelope(const Row& row, const Request& req) {
-    return restEnvelope(row.id, req.url, row.verb, req.payload);
+// Logs at error level under the row's builder, as a line of its own would be.
+void logError(const Row& row, const std::string& text) {
+    if (auto logger = ORVANE::OrvaneGlobalLogger())
+        logger->log(spdlog::source_loc{__FILE__, __LINE__, row.function}, spdlog::level::err, text);
 }
 
-std::string build(const Row& row, const std::string& data) {
+// ---- The steps of the commands that need more than the common ones ----
+
+// The common steps, with a line logged for each refusal.
+std::optional<Request> logParseAndFormatErrors(const Row& row, const json& j, const std::string& text) {
+    if (j.is_discarded() || j.is_null()) {
+        logError(row, std::string(row.function) + ": Error, json data parse error, data=" + text);
+        return std::nullopt;
+    }
+    auto req = formRequest(row, j, text);
+    if (!req) logError(row, std::string(row.function) + ": Error, data format error, data=" + text);
+    return req;
+}
+
+// The common steps, with one line when they refuse.
+std::optional<Request> logBadArguments(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    if (!req) logError(row, std::string("OrvaneCmdToJson::") + row.name + ": 参数不正确\n");
+    return req;
+}
+
+std::optional<Request> infoStartTime(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    if (req && has(j, "starttime")) req->url += "?starttime=" + urlValue(j.at("starttime"), 'n');
+    return req;
+}
+
+std::optional<Request> searchQuery(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    if (!req) return req;
+    std::string& url = req->url;
+    if (safeString(j, "platform") == "qx500") {
+        // This terminal always shows ten meetings each way and can't ask for more.
+        url += "&history=10&future=10";
+    } else {
+        if (has(j, "history") && j.at("history").is_string()) url += "&history=" + j.at("history").get<std::string>();
+        if (has(j, "future") && j.at("future").is_string()) url += "&future=" + j.at("future").get<std::string>();
+    }
+    appendIfPresent(url, j, "&starttime=", "startTime", 't');
+    appendIfPresent(url, j, "&endtime=", "endTime", 't');
+    appendIfPresent(url, j, "&count=", "count", 'u');
+    appendIfPresent(url, j, "&offset=", "offset", 'u');
+    const Identity me = currentIdentity();
+    url += "&participantid=" + (me.isMeetingRoomDevice ? me.deviceId : me.userId);
+    return req;
+}
+
+std::optional<Request> extendBody(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    if (!req) return req;
+    json body = json::object();
+    body["deletedConferences"] = has(j, "deletedConferences") ? j.at("deletedConferences") : json(nullptr);
+    req->payload = dump(body);
+    // At error level so that it shows in logs filtered to errors.
+    logError(row, std::string(row.function) + ": url=" + req->url);
+    return req;
+}
+
+std::optional<Request> recordWord(const Row& row, const json& j, const std::string& text) {
+    // The recording service reads a word here, not the usual 1/0.
+    auto req = formRequest(row, j, text);
+    if (req) req->url += j.at("record").get<bool>() ? "?record=true" : "?record=false";
+    return req;
+}
+
+// The synctype picks the path and the keys the body may carry.
+std::optional<Request> syncData(const Row& row, const json& j, const std::string& text) {
+    struct Kind {
+        const char* synctype;
+        const char* path;
+        // Data key and the name the server knows it by, in the order tried.
+        std::vector<std::pair<const char*, const char*>> candidates;
+    };
+    static const Kind kKinds[] = {
+        {"device", "/conference/{conferenceid}/endpoint/{externaldeviceid}/syncdata",
+         {{"camera", "camera"}, {"microphone", "microphone"}, {"isCohost", "isOperator"}}},
+        {"conference", "/conference/{conferenceid}/syncdata", {{"recordStatus", "recordStatus"}, {"isLock", "locked"}}},
+    };
+    const std::string synctype = safeString(j, "synctype");
+    const auto kind = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                   [&](const Kind& k) { return synctype == k.synctype; });
+    if (kind == std::end(kKinds)) return std::nullopt;
+    Row variant = row;
+    variant.path = kind->path;
+    auto req = formRequest(variant, j, text);
+    if (!req) return req;
+    // The server takes one value per request: the last candidate present wins.
+    json body;
+    for (const auto& [key, name] : kind->candidates)
+        if (has(j, key)) body = json::object({{name, j.at(key).get<bool>()}});
+    req->payload = dump(body);
+    return req;
+}
+
+std::optional<Request> roomSearchQuery(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    if (!req) return req;
+    const Identity me = currentIdentity();
+    req->url += me.isMeetingRoomDevice ? "deviceid=" + me.deviceId : "userid=" + me.userId;
+    return req;
+}
+
+std::optional<Request> roomPeriod(const Row& row, const json& j, const std::string& text) {
+    auto req = formRequest(row, j, text);
+    // A period is all or nothing: half of one asks for every room.
+    if (req && has(j, "starttime") && has(j, "endtime")) {
+        std::string& url = req->url;
+        url += "?starttime=" + urlValue(j.at("starttime"), 't');
+        url += "&endtime=" + urlValue(j.at("endtime"), 't');
+        appendIfPresent(url, j, "&distinguish=", "distinguish", 'b');
+        appendIfPresent(url, j, "&excludeconferenceid=", "excludeconferenceid", 's');
+        appendIfPresent(url, j, "&cron=", "cron", 's');
+        appendIfPresent(url, j, "&recurrencestarttime=", "recurrencestarttime", 't');
+        appendIfPresent(url, j, "&recurrenceendtime=", "recurrenceendtime", 't');
+    }
+    return req;
+}
+
+// The rows of rest_commands.def, by builder.
+enum class Cmd {
+#define REST_COMMAND(builder, ...) builder,
+#include "rest_commands.def"
+#undef REST_COMMAND
+    count
+};
+
+const Row* rows() {
+    static const Row table[] = {
+#define REST_COMMAND(builder, takes, ...) Row{#builder, "CtrlSDKUtils::OrvaneCmdToJson::" #builder, __VA_ARGS__},
+#include "rest_commands.def"
+#undef REST_COMMAND
+    };
+    return table;
+}
+
+const Row& rowOf(Cmd cmd) { return rows()[static_cast<size_t>(cmd)]; }
+
+std::string run(const Row& row, const std::string& id, const std::string& data) {
     const json j = parseQuiet(data);
-    const auto req = formRequest(row, j, data);
-    return req ? envelope(row, *req) : std::string();
+    const auto req = row.step ? row.step(row, j, data) : formRequest(row, j, data);
+    return req ? restEnvelope(id, req->url, row.verb, req->payload) : std::string();
 }
 
 }  // namespace
@@ -190,421 +383,28 @@ std::string restEnvelope(const std::string& id, const std::string& url, const st
     return dump(msg);
 }
 
-// ---- Conferences ----
-
-std::string conf_ping(const std::string& data) {
-    return build({CONF::PING, "get", kConfmgr, "1.0", "/conference/{conferenceid}/endpoint/{externaldeviceid}/ping",
-                  Body::Empty},
-                 data);
-}
-
-std::string conf_info(const std::string& data) {
-    const Row row{CONF::INFO, "get", kConfmgr, "1.0", "/conference/{confid}", Body::Null};
-    const json j = parseQuiet(data);
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    if (has(j, "starttime")) req->url += "?starttime=" + urlValue(j.at("starttime"), 'n');
-    return envelope(row, *req);
-}
-
-std::string conf_short_info(const std::string& data) {
-    return build({CONF::SHORTINFO, "get", kConfmgr, "2.0", "/conference/{confid}/short", Body::Null}, data);
-}
-
-std::string conf_search(const std::string& type, const std::string& data) {
-    const json j = parseQuiet(data);
-    std::string url = "/api/quelmar/confmgr/2.0/conference/search?";
-    if (safeString(j, "platform") == "qx500") {
-        // This terminal always shows ten meetings each way and can't ask for more.
-        url += "&history=10&future=10";
-    } else {
-        if (has(j, "history") && j.at("history").is_string()) url += "&history=" + j.at("history").get<std::string>();
-        if (has(j, "future") && j.at("future").is_string()) url += "&future=" + j.at("future").get<std::string>();
-    }
-    appendIfPresent(url, j, "&starttime=", "startTime", 't');
-    appendIfPresent(url, j, "&endtime=", "endTime", 't');
-    appendIfPresent(url, j, "&count=", "count", 'u');
-    appendIfPresent(url, j, "&offset=", "offset", 'u');
-    const Identity me = currentIdentity();
-    url += "&participantid=" + (me.isMeetingRoomDevice ? me.deviceId : me.userId);
-    return restEnvelope(type, url, "get", "{}");
-}
-
-std::string conf_create(const std::string& data) {
-    return build({CONF::CREATE, "post", kConfmgr, "2.0", "/conference", Body::PayloadOrText}, data);
-}
-
-std::string conf_update(const std::string& data) {
-    return build({CONF::UPDATE, "put", kConfmgr, "1.0", "/conference/{confid}", Body::PayloadKey}, data);
-}
-
-std::string conf_delete(const std::string& data) {
-    return build({CONF::CONFDELETE, "delete", kConfmgr, "1.0", "/conference/{confid}", Body::Null}, data);
-}
-
-std::string conf_extend(const std::string& data) {
-    const Row row{CONF::CONFEXTEND, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/control/extend?minutes={n:minutes}&refMentionId={refMentionId}", Body::Null};
-    const json j = parseQuiet(data);
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    json body = json::object();
-    body["deletedConferences"] = has(j, "deletedConferences") ? j.at("deletedConferences") : json(nullptr);
-    req->payload = dump(body);
-    // At error level so that it shows in logs filtered to errors.
-    LOG_ERROR("CtrlSDKUtils::OrvaneCmdToJson::conf_extend: url={}", req->url);
-    return envelope(row, *req);
-}
-
-std::string conf_info_by_dialnum(const std::string& data) {
-    return build({CONF::CONFINFO_BY_DIALNUM, "get", kConfmgr, "2.0", "/conference/dialnumber/{dialnum}", Body::Null,
-                  {}, kFixedVersion},
-                 data);
-}
-
-std::string conf_turn_as_controller(const std::string& data) {
-    return build({CONF::TURNASCONTROLLER, "put", kConfmgr, "2.0",
-                  "/conference/{conferenceid}/endpoint/{externaldeviceid}/turnascontroller", Body::Null},
-                 data);
-}
-
-std::string conf_prerecord(const std::string& data) {
-    // The recording service reads a word here, not the usual 1/0.
-    const Row row{CONF::PRERECORD, "put", kConfmgr, "2.0", "/conference/{confid}/control/record", Body::Null,
-                  {"record"}};
-    const json j = parseQuiet(data);
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    req->url += j.at("record").get<bool>() ? "?record=true" : "?record=false";
-    return envelope(row, *req);
-}
-
-std::string conf_calendar_preview(const std::string& data) {
-    return build({CONF::CALENDARPREVIEW, "get", kConfmgr, "2.0",
-                  "/conference/calendar?&starttime={t:startTime}&endtime={t:endTime}&participantid={participantID}",
-                  Body::Null},
-                 data);
-}
-
-std::string conf_syncdata(const std::string& data) {
-    const json j = parseQuiet(data);
-    const std::string synctype = safeString(j, "synctype");
-    Row row{CONF::SYNCDATA, "put", kConfmgr, "2.0", "", Body::Null};
-    // Data key and the name the server knows it by, in the order tried.
-    std::vector<std::pair<const char*, const char*>> candidates;
-    if (synctype == "device") {
-        row.path = "/conference/{conferenceid}/endpoint/{externaldeviceid}/syncdata";
-        candidates = {{"camera", "camera"}, {"microphone", "microphone"}, {"isCohost", "isOperator"}};
-    } else if (synctype == "conference") {
-        row.path = "/conference/{conferenceid}/syncdata";
-        candidates = {{"recordStatus", "recordStatus"}, {"isLock", "locked"}};
-    } else {
-        return {};
-    }
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    // The server takes one value per request: the last candidate present wins.
-    json body;
-    for (const auto& [key, name] : candidates)
-        if (has(j, key)) body = json::object({{name, j.at(key).get<bool>()}});
-    req->payload = dump(body);
-    return envelope(row, *req);
-}
-
-std::string conf_change_invite_mode(const std::string& data) {
-    return build({CONF::CHANGEINVITEMODE, "put", kConfmgr, "2.0",
-                  "/conference/{conferenceid}/control/invitemode?invitemode={n:invitemode}", Body::Null},
-                 data);
-}
-
-std::string conf_shared_link(const std::string& data) {
-    return build(
-        {CONF::SHAREDLINK, "get", kConfmgr, "2.0", "/conference/{conferenceid}/sharedlink?l={lang}", Body::Null}, data);
-}
-
-std::string conf_update_guest_name(const std::string& data) {
-    static const char* const kName = "CtrlSDKUtils::OrvaneCmdToJson::conf_update_guest_name";
-    const json j = parseQuiet(data);
-    if (j.is_discarded() || j.is_null()) {
-        LOG_ERROR("{}: Error, json data parse error, data={}", kName, data);
-        return {};
-    }
-    const Row row{CONF::UPDATEGUESTNAME, "put", kDevicemgr, "1.0", "/device/{deviceid}/guestname", Body::Null,
-                  {"name"}, kFixedVersion};
-    auto req = formRequest(row, j, data);
-    if (!req) {
-        LOG_ERROR("{}: Error, data format error, data={}", kName, data);
-        return {};
-    }
-    req->payload = dump(json::object({{"deviceName", j.at("name").get<std::string>()}}));
-    return envelope(row, *req);
-}
-
-// ---- Meeting rooms and local rooms ----
-
-std::string room_search(const std::string& type, const std::string& /*data*/) {
-    const Identity me = currentIdentity();
-    std::string url = "/api/quelmar/confmgr/2.0/meetingroom/search?";
-    url += me.isMeetingRoomDevice ? "deviceid=" + me.deviceId : "userid=" + me.userId;
-    return restEnvelope(type, url, "get", "{}");
-}
-
-std::string room_available(const std::string& data) {
-    const Row row{CONF::ROOMAVAILABLE, "get", kConfmgr, "2.0", "/meetingroom/available", Body::Null};
-    const json j = parseQuiet(data);
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    // A period is all or nothing: half of one asks for every room.
-    if (has(j, "starttime") && has(j, "endtime")) {
-        std::string& url = req->url;
-        url += "?starttime=" + urlValue(j.at("starttime"), 't');
-        url += "&endtime=" + urlValue(j.at("endtime"), 't');
-        appendIfPresent(url, j, "&distinguish=", "distinguish", 'b');
-        appendIfPresent(url, j, "&excludeconferenceid=", "excludeconferenceid", 's');
-        appendIfPresent(url, j, "&cron=", "cron", 's');
-        appendIfPresent(url, j, "&recurrencestarttime=", "recurrencestarttime", 't');
-        appendIfPresent(url, j, "&recurrenceendtime=", "recurrenceendtime", 't');
-    }
-    return envelope(row, *req);
-}
-
-std::string room_shared_link(const std::string& data) {
-    return build({CONF::ROOMSHAREDLINK, "get", kConfmgr, "2.0", "/meetingroom/sharedlink?l={lang}&roomid={roomid}",
-                  Body::Null},
-                 data);
-}
-
-std::string room_info(const std::string& data) {
-    return build({CONF::ROOMINFO, "get", kConfmgr, "1.0", "/meetingroom/{roomid}", Body::Null}, data);
-}
-
-std::string room_create(const std::string& data) {
-    return build({CONF::ROOMCREATE, "put", kConfmgr, "1.0", "/meetingroom/", Body::PayloadKey}, data);
-}
-
-std::string room_update(const std::string& data) {
-    return build({CONF::ROOMUPDATE, "put", kConfmgr, "1.0", "/meetingroom/{roomid}", Body::PayloadKey}, data);
-}
-
-std::string room_delete(const std::string& data) {
-    return build({CONF::ROOMDELETE, "delete", kConfmgr, "1.0", "/meetingroom/{roomid}", Body::Null}, data);
-}
-
-std::string room_owner(const std::string& data) {
-    return build({CONF::ROOMOWNER, "get", kConfmgr, "1.0", "/meetingroom/?ownerid={userid}", Body::Null}, data);
-}
-
-std::string local_room_detail(const std::string& data) {
-    return build({CONF::LOCALROOMDETAIL, "get", kDevicemgr, "1.0", "/localroom/{localRoomId}", Body::Null}, data);
-}
-
-std::string local_room_search(const std::string& data) {
-    return build({CONF::LOCALROOMSEARCH, "get", kDevicemgr, "1.0", "/localroom/search", Body::Null}, data);
-}
-
-// ---- Conference templates ----
-
-std::string template_detail(const std::string& data) {
-    return build({CONF::TEMPLATEDETAIL, "get", kConfmgr, "2.0", "/conference/template/{confid}", Body::Null}, data);
-}
-
-std::string template_update(const std::string& data) {
-    return build({CONF::TEMPLATEUPDATE, "put", kConfmgr, "2.0", "/conference/template/{templateid}", Body::PayloadKey},
-                 data);
-}
-
-std::string template_create(const std::string& data) {
-    return build({CONF::TEMPLATECREATE, "post", kConfmgr, "2.0", "/conference/template", Body::PayloadKey}, data);
-}
-
-std::string template_delete(const std::string& data) {
-    return build({CONF::TEMPLATEDELETE, "delete", kConfmgr, "2.0", "/conference/template/{templateid}", Body::Null},
-                 data);
-}
-
-std::string template_search(const std::string& data) {
-    return build({CONF::TEMPLATESEARCH, "get", kConfmgr, "2.0", "/conference/template/search?userid={userid}",
-                  Body::Null},
-                 data);
-}
-
-// ---- Control of a running conference ----
-
-std::string confControl_join(const std::string& data) {
-    return build({CONF::JOIN, "get", kConfmgr, "1.0",
-                  "/conference/invitation?dialnumber={dialnumber}&passcode={passcode}", Body::Null},
-                 data);
-}
-
-std::string confControl_terminate(const std::string& data) {
-    return build({CONF::TERMINATE, "put", kConfmgr, "2.0", "/conference/{confid}/control/terminate", Body::Null},
-                 data);
-}
-
-std::string confControl_add_participant(const std::string& data) {
-    return build({CONF::ADDPARTICIPANT, "post", kConfmgr, "2.0", "/conference/{confid}/participant", Body::Copy,
-                  {"participants", "enableNotification"}},
-                 data);
-}
-
-std::string confControl_disconnect_participant(const std::string& data) {
-    return build({CONF::DISCONNECTPARTICIPANT, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{externalDeviceId}/control/disconnect", Body::Null},
-                 data);
-}
-
-std::string confControl_mute_audio(const std::string& data) {
-    return build({CONF::MUTEAUDIO, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{guid}/control/mute?mute={b:mute}", Body::Null},
-                 data);
-}
-
-std::string confControl_mute_audio_local(const std::string& data) {
-    return build({CONF::MUTEAUDIOLOCAL, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{externaldeviceid}/status/mute/?mute={b:mute}", Body::Null},
-                 data);
-}
-
-std::string confControl_admin_allow_unmute(const std::string& data) {
-    return build({CONF::ADMINALLOWUNMUTE, "put", kConfmgr, "1.0",
-                  "/conference/{confid}/control/allowunmute?allow={b:allow}", Body::Null},
-                 data);
-}
-
-std::string confControl_mute_all(const std::string& data) {
-    return build({CONF::MUTEALL, "put", kConfmgr, "2.0", "/conference/{confid}/control/muteall?mute={b:mute}",
-                  Body::Null},
-                 data);
-}
-
-std::string confControl_authority(const std::string& data) {
-    return build(
-        {CONF::AUTHORITY, "put", kConfmgr, "1.0",
-         "/conference/{confid}/participant/{participantid}/control/authority?authority={b:authority}", Body::Null},
-        data);
-}
-
-std::string confControl_reclaim_host(const std::string& data) {
-    return build({CONF::RECLAIMHOST, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{externalDeviceId}/control/authority?authority=true&host=true",
-                  Body::Null},
-                 data);
-}
-
-std::string confControl_handup(const std::string& data) {
-    return build({CONF::HANDUP, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{guid}/handup?handup={b:ishandup}", Body::Null},
-                 data);
-}
-
-std::string confControl_sign_control(const std::string& data) {
-    return build(
-        {CONF::SIGNCONTROL, "put", kConfmgr, "2.0", "/conference/{confid}/control/sign", Body::Copy, {"signConfig"}},
-        data);
-}
-
-std::string confControl_signing(const std::string& data) {
-    return build({CONF::SIGNING, "put", kConfmgr, "2.0", "/conference/{confid}/control/sign/{t:starttime}/result",
-                  Body::Copy, {"signResult"}},
-                 data);
-}
-
-std::string confControl_roll_control(const std::string& data) {
-    return build(
-        {CONF::ROLLCONTROL, "put", kConfmgr, "2.0", "/conference/{confid}/control/roll", Body::Copy, {"rollConfig"}},
-        data);
-}
-
-std::string confControl_rolling(const std::string& data) {
-    // Unlike signing, the roll's start time travels as text.
-    return build({CONF::ROLLING, "put", kConfmgr, "2.0", "/conference/{confid}/control/roll/{starttime}/result",
-                  Body::Copy, {"rollResult"}},
-                 data);
-}
-
-std::string confControl_content_share(const std::string& data) {
-    return build({CONF::CONTENTSHARE, "put", kConfmgr, "2.0",
-                  "/conference/{confid}/endpoint/{externalDeviceId}/contentshare?contentshare={b:isOpen}", Body::Null},
-                 data);
-}
-
-std::string confControl_endpoints(const std::string& data) {
-    return build({CONF::ENDPOINTS, "get", kConfmgr, "2.0", "/conference/{confid}/controlpanel/", Body::Null}, data);
-}
-
-std::string confControl_legacys(const std::string& data) {
-    return build({CONF::LEGACYS, "get", kDevicemgr, "1.0", "/device/legacy/type?devicetype={type}", Body::Null}, data);
-}
-
-std::string confControl_sync_controlpanel(const std::string& type, const std::string& data) {
-    // The body carries the conference id; the text is passed on unread.
-    return restEnvelope(type, "/api/quelmar/confmgr/2.0/conference/control/synccontrolpanel", "put", data);
-}
-
-std::string confControl_refuse(const std::string& data) {
-    std::string wire = build({CONF::REFUSE, "put", kConfmgr, "1.0",
-                              "/conference/{confid}/participant/{participantid}/deny", Body::Null},
-                             data);
-    if (wire.empty()) LOG_ERROR("OrvaneCmdToJson::confControl_refuse: 参数不正确\n");
-    return wire;
-}
-
-std::string confControl_connection_status(const std::string& data) {
-    return build({CONF::CONNECTIONSTATUS, "put", kConfmgr, "1.0",
-                  "/conference/{confid}/endpoint/{externaldeviceid}/connection?status={status}", Body::Null},
-                 data);
-}
-
-std::string confControl_layout(const std::string& data) {
-    return build({CONF::LAYOUT, "put", kConfmgr, "1.0", "/conference/{confid}/control/layout?layout={layout}",
-                  Body::Null},
-                 data);
-}
-
-// ---- Devices ----
-
-std::string device_search(const std::string& type, const std::string& data) {
-    return build({type.c_str(), "get", kDevicemgr, "1.0", "/device/search", Body::Null}, data);
-}
-
-std::string device_details(const std::string& type, const std::string& data) {
-    return build({type.c_str(), "get", kDevicemgr, "1.0", "/device/{deviceId}", Body::Null}, data);
-}
-
-std::string device_metadata(const std::string& type, const std::string& data) {
-    return build({type.c_str(), "get", kDevicemgr, "1.0", "/device/metadata", Body::Null}, data);
-}
-
-std::string device_list(const std::string& type, const std::string& data) {
-    return build({type.c_str(), "post", kDevicemgr, "1.0", "/device", Body::Text}, data);
-}
-
-std::string device_update_name(const std::string& data) {
-    const Row row{CONF::UPDATEDEVICENAME, "put", kDevicemgr, "1.0", "/device/{deviceid}/name", Body::Null,
-                  {"devicename"}};
-    const json j = parseQuiet(data);
-    auto req = formRequest(row, j, data);
-    if (!req) return {};
-    req->payload = dump(json::object({{"deviceName", j.at("devicename").get<std::string>()}}));
-    return envelope(row, *req);
-}
-
-std::string devicemgr_put_extension(const std::string& data) {
-    static const char* const kName = "CtrlSDKUtils::OrvaneCmdToJson::devicemgr_put_extension";
-    const json j = parseQuiet(data);
-    if (j.is_discarded() || j.is_null()) {
-        LOG_ERROR("{}: Error, json data parse error, data={}", kName, data);
-        return {};
-    }
-    if (!has(j, "extension")) {
-        LOG_ERROR("{}: Error, data format error, data={}", kName, data);
-        return {};
-    }
-    // The extension belongs to this terminal, whatever the data says.
-    const std::string url = "/api/quelmar/devicemgr/1.0/device/" + currentIdentity().deviceId + "/extension";
-    const std::string payload = dump(json::object({{"extension", j.at("extension").get<std::string>()}}));
-    return restEnvelope(CONF::DEVICEMGR_EXTENSION, url, "put", payload);
+RestBuilder restBuilderFor(const std::string& type) {
+    const Row* const end = rows() + static_cast<size_t>(Cmd::count);
+    const Row* row = std::find_if(rows(), end, [&](const Row& r) { return r.routed && type == r.type; });
+    if (row == end) return {};
+    return [row](const std::string& id, const std::string& data) { return run(*row, id, data); };
 }
 
 }  // namespace OrvaneCmdToJson
 }  // namespace CtrlSDKUtils
+
+// The named builders, one a row.
+#define ORVANE_REST_TAKES_Data(builder)                                           \
+    std::string CtrlSDKUtils::OrvaneCmdToJson::builder(const std::string& data) { \
+        const Row& row = rowOf(Cmd::builder);                                     \
+        return run(row, row.type, data);                                          \
+    }
+#define ORVANE_REST_TAKES_Type(builder)                                                                     \
+    std::string CtrlSDKUtils::OrvaneCmdToJson::builder(const std::string& type, const std::string& data) { \
+        return run(rowOf(Cmd::builder), type, data);                                                        \
+    }
+#define REST_COMMAND(builder, takes, ...) ORVANE_REST_TAKES_##takes(builder)
+#include "rest_commands.def"
+#undef REST_COMMAND
+#undef ORVANE_REST_TAKES_Type
+#undef ORVANE_REST_TAKES_Data

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 // The REST requests of the conference manager and the device manager, one
 // builder per command. Each builder reads the command's JSON text and gives
 // back the finished wire text for the transport: the method message whose
-// "params" carry the verb, the url with its query, and the body as text.
+// "params" carry the verb, the url with its query, and the body as text. The
+// builders and the control channel's routing are made from one table of the
+// commands, rest_commands.def.
 //
 // Every builder:
 // - gives an empty string when no request can be built: a required key is
@@ -32,78 +35,29 @@ namespace OrvaneCmdToJson {
 void setCmdIdentity(bool isMeetingRoomDevice, const std::string& deviceId, const std::string& deviceName,
                     const std::string& userId, const std::string& reserved);
 
+// Builds the wire text of one REST command from (type, data).
+using RestBuilder = std::function<std::string(const std::string& type, const std::string& data)>;
+
+// The builder the control channel uses for `type`, or an empty function for a
+// type it does not send (unknown types, and those with a builder that the
+// channel does not send: the layout and room-creation commands).
+RestBuilder restBuilderFor(const std::string& type);
+
 // The outgoing method message of a REST request, compact with sorted keys.
 std::string restEnvelope(const std::string& id, const std::string& url, const std::string& verb,
                          const std::string& payload);
 
-// Conferences.
-std::string conf_ping(const std::string& data);
-std::string conf_info(const std::string& data);
-std::string conf_short_info(const std::string& data);
-std::string conf_search(const std::string& type, const std::string& data);
-std::string conf_create(const std::string& data);
-std::string conf_update(const std::string& data);
-std::string conf_delete(const std::string& data);
-std::string conf_extend(const std::string& data);
-std::string conf_info_by_dialnum(const std::string& data);
-std::string conf_turn_as_controller(const std::string& data);
-std::string conf_prerecord(const std::string& data);
-std::string conf_calendar_preview(const std::string& data);
-std::string conf_syncdata(const std::string& data);
-std::string conf_change_invite_mode(const std::string& data);
-std::string conf_shared_link(const std::string& data);
-std::string conf_update_guest_name(const std::string& data);
-
-// Meeting rooms and local rooms.
-std::string room_search(const std::string& type, const std::string& data);
-std::string room_available(const std::string& data);
-std::string room_shared_link(const std::string& data);
-std::string room_info(const std::string& data);
-std::string room_create(const std::string& data);
-std::string room_update(const std::string& data);
-std::string room_delete(const std::string& data);
-std::string room_owner(const std::string& data);
-std::string local_room_detail(const std::string& data);
-std::string local_room_search(const std::string& data);
-
-// Conference templates.
-std::string template_detail(const std::string& data);
-std::string template_update(const std::string& data);
-std::string template_create(const std::string& data);
-std::string template_delete(const std::string& data);
-std::string template_search(const std::string& data);
-
-// Control of a running conference.
-std::string confControl_join(const std::string& data);
-std::string confControl_terminate(const std::string& data);
-std::string confControl_add_participant(const std::string& data);
-std::string confControl_disconnect_participant(const std::string& data);
-std::string confControl_mute_audio(const std::string& data);
-std::string confControl_mute_audio_local(const std::string& data);
-std::string confControl_admin_allow_unmute(const std::string& data);
-std::string confControl_mute_all(const std::string& data);
-std::string confControl_authority(const std::string& data);
-std::string confControl_reclaim_host(const std::string& data);
-std::string confControl_handup(const std::string& data);
-std::string confControl_sign_control(const std::string& data);
-std::string confControl_signing(const std::string& data);
-std::string confControl_roll_control(const std::string& data);
-std::string confControl_rolling(const std::string& data);
-std::string confControl_content_share(const std::string& data);
-std::string confControl_endpoints(const std::string& data);
-std::string confControl_legacys(const std::string& data);
-std::string confControl_sync_controlpanel(const std::string& type, const std::string& data);
-std::string confControl_refuse(const std::string& data);
-std::string confControl_connection_status(const std::string& data);
-std::string confControl_layout(const std::string& data);
-
-// Devices.
-std::string device_search(const std::string& type, const std::string& data);
-std::string device_details(const std::string& type, const std::string& data);
-std::string device_metadata(const std::string& type, const std::string& data);
-std::string device_list(const std::string& type, const std::string& data);
-std::string device_update_name(const std::string& data);
-std::string devicemgr_put_extension(const std::string& data);
+// The builders, one a row of rest_commands.def by the name in its first
+// column: conf_ping, conf_info, ..., devicemgr_put_extension.
+//   std::string builder(const std::string& data)                           where the row takes Data;
+//   std::string builder(const std::string& type, const std::string& data)  where it takes Type.
+#define ORVANE_REST_DECLARE_Data(builder) std::string builder(const std::string& data);
+#define ORVANE_REST_DECLARE_Type(builder) std::string builder(const std::string& type, const std::string& data);
+#define REST_COMMAND(builder, takes, ...) ORVANE_REST_DECLARE_##takes(builder)
+#include "rest_commands.def"
+#undef REST_COMMAND
+#undef ORVANE_REST_DECLARE_Type
+#undef ORVANE_REST_DECLARE_Data
 
 }  // namespace OrvaneCmdToJson
 }  // namespace CtrlSDKUtils

@@ -6,7 +6,6 @@
 #include "logger.h"
 #include "orvane/vocabulary.h"
 #include "orvanecmdtojson.h"
-#include "rest_dispatch.h"
 
 namespace ORVANE {
 
@@ -72,7 +71,7 @@ bool OrvaneControlSDk_private::buildRequest(const std::string& type, const std::
         LOG_DEBUG("Confsdk - CallSignal dump={}", text);
         return true;
     }
-    const RestBuilder builder = restBuilderFor(type);
+    const auto builder = CtrlSDKUtils::OrvaneCmdToJson::restBuilderFor(type);
     if (!builder) return false;
     text = builder(type, data);
     return true;
