@@ -34,7 +34,9 @@ std::vector<RestCase> readCases(const std::string& path) {
         if (line[0] != ' ') {
             cases.emplace_back();
             cases.back().line = n;
-            cases.back().type = line.substr(0, line.find(' '));
+            const size_t space = line.find(' ');
+            cases.back().type = line.substr(0, space);
+            if (space != std::string::npos) cases.back().data = line.substr(space + 1);
             continue;
         }
         const size_t start = line.find_first_not_of(' ');
@@ -43,8 +45,6 @@ std::vector<RestCase> readCases(const std::string& path) {
         const std::string value = space == std::string::npos ? "" : line.substr(space + 1);
         if (cases.empty()) {
             ADD_FAILURE() << "line " << n << " stands before any case";
-        } else if (word == "data") {
-            cases.back().data = value;
         } else if (word == "log") {
             std::string& log = cases.back().log = value;
             for (size_t at; (at = log.find("\\n")) != std::string::npos;) log.replace(at, 2, "\n");
