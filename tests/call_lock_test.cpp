@@ -15,8 +15,16 @@ using namespace std::chrono_literals;
 TEST(CallLock, DeliveriesWaitForTheOutermostRelease) {
     std::recursive_mutex mutex;
     std::vector<std::string> seen;
+    auto othersMayEnter = [&] {
+        return std::async(std::launch::async, [&] {
+                   const bool got = mutex.try_lock();
+                   if (got) mutex.unlock();
+                   return got;
+               }).get();
+    };
     {
         ORVANE::CallLock outer(mutex);
+        EXPECT_FALSE(othersMayEnter());
         {
             ORVANE::CallLock inner(mutex);
             ORVANE::CallLock::deliver([&] { seen.push_back("a"); });
@@ -26,6 +34,7 @@ TEST(CallLock, DeliveriesWaitForTheOutermostRelease) {
         EXPECT_TRUE(ORVANE::CallLock::held());
     }
     EXPECT_FALSE(ORVANE::CallLock::held());
+    EXPECT_TRUE(othersMayEnter());
     EXPECT_EQ(seen, (std::vector<std::string>{"a", "b"}));
 
     // Without a lock: at once.
