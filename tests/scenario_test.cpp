@@ -25,6 +25,7 @@
 //   > engine OP [ARGS]        an engine call with these arguments
 //   > notify TYPE [DATA] | > reply TYPE [DATA] | > media GROUP/CMD [DATA]
 //   = state NAME              the call machine stands in NAME
+//   = info PATTERN            this device's information (getMyInfo) matches
 //   ? log TEXT | ! log TEXT   a log line since the last input has TEXT | none has
 //
 // Before each input every output of the previous one must have been matched,
@@ -382,7 +383,11 @@ private:
     }
 
     void expectState(std::string rest) {
-        nextToken(rest);  // "state"
+        if (nextToken(rest) == "info") {
+            const json info = json::parse(core().getMyInfo());
+            if (!contains(info, json::parse(trim(rest)))) fail("this device's information is " + info.dump());
+            return;
+        }
         const int state = core().callState();
         const std::string name = state >= 0 && state < static_cast<int>(g_avStateNames.size()) ? g_avStateNames[state] : "?";
         if (name != trim(rest)) fail("expected state " + trim(rest) + ", the machine is in " + name);
