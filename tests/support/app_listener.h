@@ -47,15 +47,6 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         events_.clear();
     }
-    // Waits until some event has the type.
-    bool waitFor(const std::string& type, std::chrono::milliseconds timeout = std::chrono::seconds(5)) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return cv_.wait_for(lock, timeout, [&] {
-            for (auto& e : events_)
-                if (e.type == type) return true;
-            return false;
-        });
-    }
 
     // Runs inside onConfNotify, after the event is recorded.
     std::function<void(const std::string&, const std::string&)> onNotifyHook;
@@ -69,11 +60,9 @@ private:
             std::lock_guard<std::mutex> lock(mutex_);
             events_.push_back(std::move(e));
         }
-        cv_.notify_all();
     }
 
     mutable std::mutex mutex_;
-    std::condition_variable cv_;
     std::vector<AppEvent> events_;
 };
 

@@ -3,14 +3,11 @@
 #include <spdlog/spdlog.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -25,19 +22,9 @@ struct EngineCall {
 };
 
 // An engine that records every call with its arguments, answers with
-// configurable results, and emits any notification, synchronously or from a
-// thread of its own.
+// configurable results, and emits any notification on the caller's thread.
 class FakeEngine : public ORVANE::AVSDKBase {
 public:
-    FakeEngine() : worker_([this] { workerLoop(); }) {}
-    ~FakeEngine() override {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            stopping_ = true;
-        }
-        cv_.notify_all();
-        worker_.join();
-    }
 
 #define ORVTEST_FAKE_OP(RET, NAME, PARAMS, ARGS, KIND, ENTER)   \
     RET NAME PARAMS override {                                   \
@@ -54,22 +41,6 @@ public:
         ORVANE::AVSDK::Listener* l = listener();
         if (l) l->onNotify(group, cmd, data);
     }
-    // Notifies the listener from the engine's own thread, after `delay`.
-    void emitAsync(const std::string& group, const std::string& cmd, const std::string& data,
-                   std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            pending_.push_back({group, cmd, data, delay});
-            ++outstanding_;
-        }
-        cv_.notify_all();
-    }
-    // Waits until every notification given to emitAsync has been delivered.
-    bool drain(std::chrono::milliseconds timeout = std::chrono::seconds(5)) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return cv_.wait_for(lock, timeout, [this] { return outstanding_ == 0; });
-    }
-
     std::vector<EngineCall> calls() const {
         std::lock_guard<std::mutex> lock(mutex_);
         return calls_;
@@ -109,10 +80,6 @@ public:
     std::function<void(const EngineCall&)> onCall;
 
 private:
-    struct Pending {
-        std::string group, cmd, data;
-        std::chrono::milliseconds delay;
-    };
 
     static std::string text(const std::string& s) { return s; }
     static std::string text(bool b) { return b ? "true" : "false"; }
@@ -175,33 +142,12 @@ private:
         }
     }
 
-    void workerLoop() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        for (;;) {
-            cv_.wait(lock, [this] { return stopping_ || !pending_.empty(); });
-            if (stopping_) return;
-            Pending p = pending_.front();
-            pending_.pop_front();
-            lock.unlock();
-            if (p.delay.count() > 0) std::this_thread::sleep_for(p.delay);
-            emit(p.group, p.cmd, p.data);
-            lock.lock();
-            --outstanding_;
-            cv_.notify_all();
-        }
-    }
-
     mutable std::mutex mutex_;
-    std::condition_variable cv_;
     std::vector<EngineCall> calls_;
     ORVANE::AVSDK::Listener* listener_ = nullptr;
     std::map<std::string, int> intResults_;
     std::map<std::string, bool> boolResults_;
     ORVANE::AvUserMap users_;
-    std::deque<Pending> pending_;
-    int outstanding_ = 0;
-    bool stopping_ = false;
-    std::thread worker_;
 };
 
 }  // namespace orvtest

@@ -15,7 +15,6 @@ namespace orvtest {
 // registered receiver, on the caller's thread.
 class FakeTransport : public ORVANE::TransSDK {
 public:
-    void stop() {}  // delivers on the caller's thread: nothing to stop
     int addProcess(Process* p) override {
         std::lock_guard<std::mutex> lock(mutex_);
         process_ = p;

@@ -47,13 +47,6 @@ public:
         });
     }
     bool has(const std::string& part) const { return count(part) > 0; }
-    // Index of the first line at or after `from` that contains `part`, or -1.
-    int indexOf(const std::string& part, int from = 0) const {
-        auto all = lines();
-        for (size_t i = from; i < all.size(); ++i)
-            if (all[i].text.find(part) != std::string::npos) return static_cast<int>(i);
-        return -1;
-    }
     std::shared_ptr<spdlog::logger> logger() const { return logger_; }
 
 private:
