@@ -1,12 +1,16 @@
-// The portal reporter: reports leave in the order they were put, from a
-// thread of their own; without a transport they are lost, not kept; clear()
-// and stop() drop what waits, and nothing is sent after stop().
+// The meeting-control threads. The portal reporter: reports leave in the
+// order they were put; without a transport they are lost, not kept; clear()
+// and stop() drop what waits, and nothing is sent after stop(). The control
+// thread: the library is torn down with a full queue of server commands.
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <future>
 
 #include "PortalReporter/portalreporter.h"
 #include "harness.h"
+#include "server_events.h"
+#include "orvane/vocabulary.h"
 
 using namespace orvtest;
 using namespace ORVANE;
@@ -101,4 +105,20 @@ TEST_F(Reporter, ClearAndStopDropWhatWaits) {
     EXPECT_EQ(trans.sent().size(), 3u);
     reporter.put_msg({0, "{\"after\":\"stop\"}"});
     EXPECT_EQ(trans.sent().size(), 3u);
+}
+
+TEST(ControlThread, TeardownWithAFullQueue) {
+    auto h = std::make_unique<Harness>();
+    h->initMedia("QV");
+    Gate gate;
+    h->app.onNotifyHook = [&](const std::string& type, const std::string&) {
+        if (type == CONFNOTIFY::HOSTREQUEST) gate.hold();
+    };
+    for (int i = 0; i < 200; ++i)
+        deliverEvent(h->trans, "confmanager_event",
+                     {{"event", "ctrl_cmd_lock_meeting"}, {"cmdId", std::to_string(i)}, {"lock", true}});
+    gate.waitForSender();  // the thread is inside the application's listener
+    auto teardown = std::async(std::launch::async, [&] { h.reset(); });
+    gate.release();
+    ASSERT_EQ(teardown.wait_for(10s), std::future_status::ready);
 }
