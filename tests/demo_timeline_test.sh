@@ -15,7 +15,7 @@ steps=(
   "app      startconf {\"conferenceDialNumber\":\"8001\"}|wire>    INVITE to 8001|wire<    ACCEPTED meeting 99001|engine   join 99001|state    AVSTATE_IN_MEETING|wire>    ACK externalGuid=|media    onCallConnected"
   "sim      Bob joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Bob"
   "sim      Carol joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Carol"
-  "app      confControlmuteaudiolocal|engine   muteLocalAudio|notify   confsdknotify_endpoint_change {\"endpoints\":[{\"action\":\"adminMute\",\"adminMute\":true"
+  "app      confControlmuteaudiolocal|engine   muteLocalAudio|notify   confsdknotify_endpoint_change dev-1001 adminMute=true"
   "app      confControllockmeeting|engine   lockMeeting on|notify   confsdknotify_endpoint_change {\"action\":\"meetingLocked\",\"isLock\":true}|wire>    PUT /api/quelmar/confmgr/2.0/conference/conf-8001/syncdata"
   "sim      the server moves the call to meeting 99011|wire<    UPDATE meeting 99011|engine   join 99011|wire>    UPDATE externalGuid="
   "sim      Bob leaves|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_leave Bob"
