@@ -492,9 +492,12 @@ private:
     }
     void showState();
     void showParticipants();
-    // The device of a participant by name (the simulation gives each joiner
-    // the device "dev-NAME"); anything else is taken as a device id.
+    // The device of a participant by name, as the servers or the engine
+    // know them (each joiner gets the device "dev-NAME"); anything else is
+    // taken as a device id.
     std::string deviceOf(const std::string& name) const {
+        for (const auto& p : servers_.participants())
+            if (p.name == name) return p.deviceId;
         return engine_.userIdOf(name).empty() ? name : "dev-" + name;
     }
     // The engine's user id of a participant; empty, with a word on the
