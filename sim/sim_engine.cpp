@@ -87,12 +87,19 @@ int SimEngine::join(const std::string& meetingNumber, const std::string& passcod
         meeting_ = meetingNumber;
         if (plan.silent) return 0;
         userid = std::to_string(nextUserId_++);
-        host = host_;
+        host = hostOnJoin_;
         if (plan.failReason.empty()) {
-            // Moving to another meeting drops the old identity.
+            // Moving to another meeting drops the old identity; the others
+            // move along. The meeting is a new one: unlocked, not recorded,
+            // and this device takes its usual role in it.
             if (!myUserId_.empty()) users_.erase(myUserId_);
             myUserId_ = userid;
             inMeeting_ = true;
+            host_ = host;
+            locked_ = false;
+            recording_ = false;
+            if (host)
+                for (auto& u : users_) u.second.isHost = false;
             ORVANE::AvUserInfo me;
             me.isHost = host;
             me.name = displayName;
@@ -142,7 +149,7 @@ int SimEngine::setConfSignal(const std::string& signalJson) {
 
 void SimEngine::endCall(const std::string& reason) { reportEnd(reason); }
 
-int SimEngine::setAudio(const std::vector<std::string>& userids, bool muted) {
+int SimEngine::setAudio(const std::vector<std::string>& userids, bool muted, const char* status) {
     json changes = json::array();
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -150,7 +157,7 @@ int SimEngine::setAudio(const std::vector<std::string>& userids, bool muted) {
             auto it = users_.find(id);
             if (it == users_.end()) continue;
             it->second.audioMuted = muted;
-            changes.push_back({{"userid", id}, {"audio_status", muted ? "Audio_Muted" : "Audio_UnMuted"}});
+            changes.push_back({{"userid", id}, {"audio_status", status}});
         }
     }
     if (!changes.empty())
@@ -169,14 +176,30 @@ int SimEngine::setVideo(const std::string& userid, bool muted) {
     return 0;
 }
 
+bool SimEngine::moderates() const {
+    if (host_) return true;
+    auto me = users_.find(myUserId_);
+    return me != users_.end() && me->second.isCohost;
+}
+
+bool SimEngine::moderatesNow() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return moderates();
+}
+
+bool SimEngine::knows(const std::string& userid) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return users_.count(userid) != 0;
+}
+
 int SimEngine::muteLocalAudio() {
     trace("muteLocalAudio");
-    return setAudio({myUserId()}, true);
+    return setAudio({myUserId()}, true, "Audio_Muted");
 }
 
 int SimEngine::unmuteLocalAudio() {
     trace("unmuteLocalAudio");
-    return setAudio({myUserId()}, false);
+    return setAudio({myUserId()}, false, "Audio_UnMuted");
 }
 
 bool SimEngine::canUnmuteByMyself() {
@@ -184,8 +207,14 @@ bool SimEngine::canUnmuteByMyself() {
     return selfUnmuteAllowed_;
 }
 
+int SimEngine::refuse(const std::string& op) {
+    trace("refused", op + ": the local user's role does not allow it");
+    return kNotAllowed;
+}
+
 int SimEngine::muteAllAudio(bool allowUnmute) {
     trace("muteAllAudio", allowUnmute ? "self-unmute allowed" : "self-unmute not allowed");
+    if (!moderatesNow()) return refuse("muteAllAudio");
     std::vector<std::string> others;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -193,59 +222,196 @@ int SimEngine::muteAllAudio(bool allowUnmute) {
         for (const auto& u : users_)
             if (u.first != myUserId_) others.push_back(u.first);
     }
-    return setAudio(others, true);
+    return setAudio(others, true, "Audio_MutedAll_ByHost");
 }
 
 int SimEngine::unmuteAllAudio() {
     trace("unmuteAllAudio");
+    if (!moderatesNow()) return refuse("unmuteAllAudio");
     std::vector<std::string> all;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         selfUnmuteAllowed_ = true;
         for (const auto& u : users_) all.push_back(u.first);
     }
-    return setAudio(all, false);
+    return setAudio(all, false, "Audio_UnMutedAll_ByHost");
 }
 
 int SimEngine::muteAudio(const std::string& userid, bool allowUnmute) {
     trace("muteAudio", userid);
     (void)allowUnmute;
-    return setAudio({userid}, true);
+    if (!moderatesNow()) return refuse("muteAudio");
+    if (!knows(userid)) return -1;
+    return setAudio({userid}, true, "Audio_Muted_ByHost");
 }
 
 int SimEngine::unmuteAudio(const std::string& userid) {
     trace("unmuteAudio", userid);
-    return setAudio({userid}, false);
+    if (!moderatesNow()) return refuse("unmuteAudio");
+    if (!knows(userid)) return -1;
+    return setAudio({userid}, false, "Audio_UnMuted_ByHost");
 }
 
 int SimEngine::muteVideo(const std::string& userid) {
     trace("muteVideo", userid);
+    if (userid != myUserId() && !moderatesNow()) return refuse("muteVideo");
     return setVideo(userid, true);
 }
 
 int SimEngine::unmuteVideo(const std::string& userid) {
     trace("unmuteVideo", userid);
+    if (userid != myUserId() && !moderatesNow()) return refuse("unmuteVideo");
     return setVideo(userid, false);
 }
 
 int SimEngine::lockMeeting(bool lock) {
     trace("lockMeeting", lock ? "on" : "off");
+    if (!moderatesNow()) return refuse("lockMeeting");
+    {
+        std::lock_guard<std::mutex> guard(mutex_);
+        locked_ = lock;
+    }
     notifySoon("MeetingServiceEvent", "onMeetingLocked", json{{"lock", lock}}.dump());
     return 0;
 }
 
+// Only the host hands roles on.
 int SimEngine::setHost(const std::string& userid) {
     trace("setHost", userid);
+    if (!isHostUser()) return refuse("setHost");
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto it = users_.find(userid);
         if (it == users_.end()) return -1;
         for (auto& u : users_) u.second.isHost = false;
         it->second.isHost = true;
+        it->second.isCohost = false;
         host_ = userid == myUserId_;
     }
     notifySoon("MeetingServiceEvent", "onHostChangeNotification", json{{"new_host_userid", userid}}.dump());
     return 0;
+}
+
+int SimEngine::assignCohost(const std::string& userid) {
+    trace("assignCohost", userid);
+    if (!isHostUser()) return refuse("assignCohost");
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = users_.find(userid);
+        if (it == users_.end() || it->second.isHost) return -1;
+        it->second.isCohost = true;
+    }
+    notifySoon("MeetingServiceEvent", "onCoHostChangeNotification",
+               json{{"userid", userid}, {"is_cohost", true}}.dump());
+    return 0;
+}
+
+int SimEngine::revokeCohost(const std::string& userid) {
+    trace("revokeCohost", userid);
+    if (!isHostUser()) return refuse("revokeCohost");
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = users_.find(userid);
+        if (it == users_.end()) return -1;
+        it->second.isCohost = false;
+    }
+    notifySoon("MeetingServiceEvent", "onCoHostChangeNotification",
+               json{{"userid", userid}, {"is_cohost", false}}.dump());
+    return 0;
+}
+
+std::string SimEngine::userJoins(const std::string& name, const std::string& participantID) {
+    ORVANE::AvUserInfo info;
+    info.name = name;
+    std::string userid;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        userid = std::to_string(nextOtherId_++);
+        users_[userid] = info;
+    }
+    notifySoon("MeetingServiceEvent", "onUserJoin",
+               json{{"userid", userid},
+                    {"username", name},
+                    {"participantID", participantID},
+                    {"isAudioMuted", info.audioMuted},
+                    {"isVideoOn", !info.videoMuted}}
+                   .dump());
+    return userid;
+}
+
+bool SimEngine::userLeaves(const std::string& userid) {
+    std::string newHost;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = users_.find(userid);
+        if (it == users_.end() || userid == myUserId_) return false;
+        // The meeting keeps a host: the role comes back to this device.
+        if (it->second.isHost && inMeeting_) {
+            newHost = myUserId_;
+            host_ = true;
+            users_[myUserId_].isHost = true;
+            users_[myUserId_].isCohost = false;
+        }
+        users_.erase(it);
+    }
+    notifySoon("MeetingServiceEvent", "onUserLeft", json{{"userid", userid}}.dump());
+    if (!newHost.empty())
+        notifySoon("MeetingServiceEvent", "onHostChangeNotification", json{{"new_host_userid", newHost}}.dump());
+    return true;
+}
+
+std::string SimEngine::userIdOf(const std::string& name) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& u : users_)
+        if (u.second.name == name && u.first != myUserId_) return u.first;
+    return {};
+}
+
+bool SimEngine::userSetsAudio(const std::string& userid, bool muted) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!users_.count(userid)) return false;
+    }
+    setAudio({userid}, muted, muted ? "Audio_Muted" : "Audio_UnMuted");
+    return true;
+}
+
+bool SimEngine::userSetsVideo(const std::string& userid, bool videoOn) { return setVideo(userid, !videoOn) == 0; }
+
+void SimEngine::setRecording(bool recording) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        recording_ = recording;
+    }
+    notifySoon("MeetingServiceEvent", "onCloudRecordingStatus", json{{"is_cloud_record", recording}}.dump());
+}
+
+bool SimEngine::setSharing(const std::string& userid, bool sharing) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!users_.count(userid)) return false;
+    }
+    notifySoon("MeetingServiceEvent", "onSharingStatus",
+               json{{"status", sharing ? "Share_Started" : "Share_Stopped"}, {"userid", userid}}.dump());
+    return true;
+}
+
+void SimEngine::plugCamera(bool plugged) {
+    notifySoon("MeetingServiceEvent", "onComputerCamDeviceChanged", json{{"camera", plugged}}.dump());
+}
+
+void SimEngine::plugMicrophone(bool plugged) {
+    notifySoon("MeetingServiceEvent", "onComputerMicDeviceChanged", json{{"microphone", plugged}}.dump());
+}
+
+bool SimEngine::locked() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return locked_;
+}
+
+bool SimEngine::recording() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return recording_;
 }
 
 void SimEngine::reportEnd(const std::string& reason) {
@@ -253,7 +419,8 @@ void SimEngine::reportEnd(const std::string& reason) {
         std::lock_guard<std::mutex> lock(mutex_);
         inMeeting_ = false;
         meeting_.clear();
-        if (!myUserId_.empty()) users_.erase(myUserId_);
+        // Out of the meeting, the engine knows nobody in it.
+        users_.clear();
         myUserId_.clear();
     }
     notifySoon("MeetingServiceEvent", "onEndReason", json{{"reason", reason}}.dump());
@@ -299,6 +466,9 @@ int SimEngine::getUserList(ORVANE::AvUserMap& out) {
 void SimEngine::setHost(bool host) {
     std::lock_guard<std::mutex> lock(mutex_);
     host_ = host;
+    hostOnJoin_ = host;
+    auto me = users_.find(myUserId_);
+    if (me != users_.end()) me->second.isHost = host;
 }
 
 void SimEngine::addUser(const std::string& userid, const ORVANE::AvUserInfo& info) {

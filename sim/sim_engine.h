@@ -68,9 +68,15 @@ public:
     int unmuteVideo(const std::string& userid) override;
     int lockMeeting(bool lock) override;
     int setHost(const std::string& userid) override;
+    int assignCohost(const std::string& userid) override;
+    int revokeCohost(const std::string& userid) override;
     int getUserList(ORVANE::AvUserMap& out) override;
 
+    // What an engine answers when the local user's role forbids the call.
+    static constexpr int kNotAllowed = 3;
+
     // The simulator's own controls.
+    // Whether the local user is host, now and in every meeting it joins.
     void setHost(bool host);
     // Applies to the next join only; later joins succeed plainly again.
     void planNextJoin(const JoinPlan& plan);
@@ -83,6 +89,30 @@ public:
     std::string myUserId() const;
     void addUser(const std::string& userid, const ORVANE::AvUserInfo& info);
     void removeUser(const std::string& userid);
+
+    // The meeting as others live it: each change is reported as a real
+    // engine reports it, from its thread after the usual delay.
+    // Somebody joins with a client of their own ("orvane" for a client of
+    // this library, which reports itself to the servers); gives their user id.
+    std::string userJoins(const std::string& name, const std::string& participantID = "orvane");
+    // Somebody leaves; false when nobody has this id. When the host leaves,
+    // the local user is host again.
+    bool userLeaves(const std::string& userid);
+    // The user id of the participant of this name, empty when none.
+    std::string userIdOf(const std::string& name) const;
+    // A participant mutes or unmutes their own microphone, or switches their
+    // camera; false when nobody has this id.
+    bool userSetsAudio(const std::string& userid, bool muted);
+    bool userSetsVideo(const std::string& userid, bool videoOn);
+    // The meeting's recording starts or stops.
+    void setRecording(bool recording);
+    // A participant starts or stops sharing their screen.
+    bool setSharing(const std::string& userid, bool sharing);
+    // A camera or a microphone is plugged into this computer, or pulled out.
+    void plugCamera(bool plugged);
+    void plugMicrophone(bool plugged);
+    bool locked() const;
+    bool recording() const;
     // Sends a notification from the engine's thread after `delay`.
     void notifyLater(const std::string& group, const std::string& cmd, const std::string& data,
                      std::chrono::milliseconds delay);
@@ -99,15 +129,26 @@ protected:
     void reportEnd(const std::string& reason);
     // The local user ends the call (leave or end for all) with the set reason.
     int endOwnCall();
-    // Sets the audio state of users and reports it as one change list.
-    int setAudio(const std::vector<std::string>& userids, bool muted);
+    // Sets the audio state of users and reports it as one change list, with
+    // the engine's word for how it came about.
+    int setAudio(const std::vector<std::string>& userids, bool muted, const char* status);
     int setVideo(const std::string& userid, bool muted);
+    // May the local user steer the others (host or co-host)? Runs with
+    // mutex_ held; moderatesNow takes it.
+    bool moderates() const;
+    bool moderatesNow() const;
+    bool knows(const std::string& userid) const;
+    // Traces the refusal of an operation the local user's role forbids.
+    int refuse(const std::string& op);
     void notifySoon(const std::string& group, const std::string& cmd, const std::string& data);
 
     mutable std::mutex mutex_;
     Options options_;
     ORVANE::AvUserMap users_;
     bool host_ = true;
+    bool hostOnJoin_ = true;
+    bool locked_ = false;
+    bool recording_ = false;
     std::string user_;
     JoinPlan plan_;
     bool inMeeting_ = false;
@@ -116,6 +157,7 @@ protected:
     std::string endReason_ = "EndMeetingReason_None";
     bool selfUnmuteAllowed_ = true;
     uint64_t nextUserId_ = 16778240;
+    uint64_t nextOtherId_ = 16779001;  // the others' ids, apart from the local user's
 
 private:
     struct Pending {

@@ -206,7 +206,7 @@ void SimServers::incomingCall(const std::string& fromDialNumber) {
                      {"contact", {{"route", kContact}}}}},
                    {"signalBody", {{"conferenceId", c.confid}, {"externalDialNumber", c.externalDialNumber}}}};
     call_ = invite;
-    callConfid_ = c.confid;
+    enterConference(c.confid);
     callState_ = "ringing";
     sendSignal(invite);
 }
@@ -277,6 +277,7 @@ void SimServers::controlCommand(const std::string& event, const json& fields) {
     std::lock_guard<std::mutex> lock(mutex_);
     json element = fields.is_object() ? fields : json::object();
     element["event"] = event;
+    if (event == "ctrl_cmd_start_sync_control_panel") portal_.syncing = flag(element, "syncing");
     if (!element.contains("cmdId")) element["cmdId"] = "cmd-" + std::to_string(nextId_++);
     if (!element.contains("conferenceId")) element["conferenceId"] = callConfid_;
     send(eventName("confmanager_event"), element);
@@ -360,6 +361,33 @@ std::vector<SimServers::Participant> SimServers::participants() const {
     return participants_;
 }
 
+SimServers::PortalView SimServers::portal() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return portal_;
+}
+
+std::vector<SimServers::json> SimServers::controlResponses() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<json> out;
+    for (const auto& m : received_) {
+        const json& params = member(m, "params");
+        if (params.is_array() && !params.empty() && str(params[0], "type") == "MQ_CONFMGR")
+            out.push_back(member(params[0], "payload"));
+    }
+    return out;
+}
+
+std::vector<SimServers::json> SimServers::panelReports() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<json> out;
+    for (const auto& m : received_) {
+        const json& params = member(m, "params");
+        if (str(m, "id").rfind("confControlSyncControlpanel", 0) != 0 || !params.is_array() || params.empty()) continue;
+        out.push_back(json::parse(str(params[0], "payload"), nullptr, false));
+    }
+    return out;
+}
+
 // --- What the library sends --------------------------------------------------
 
 void SimServers::onMessage(const std::string& text) {
@@ -376,6 +404,11 @@ void SimServers::onMessage(const std::string& text) {
     const json& element = params[0];
     if (str(element, "type") == "MQ_CALLMASTER") {
         onSignal(member(element, "payload"));
+    } else if (str(element, "type") == "MQ_CONFMGR") {
+        // The answer to "ctrl_cmd_start_sync_control_panel" carries the
+        // whole control panel.
+        const json& retData = member(member(element, "payload"), "retData");
+        if (retData.is_object()) learnPanel(retData);
     } else if (element.contains("url")) {
         onRest(str(message, "id"), element);
     }
@@ -459,7 +492,7 @@ void SimServers::onInvite(const json& invite) {
     accepted["signalHeader"]["contact"] = {{"route", kContact}};
     accepted["signalBody"] = {{"externalDialNumber", c.externalDialNumber}, {"conferenceId", c.confid}};
     call_ = accepted;
-    callConfid_ = c.confid;
+    enterConference(c.confid);
     callState_ = "accepted";
     sendSignal(accepted);
 }
@@ -527,11 +560,18 @@ void SimServers::onRest(const std::string& id, const json& params) {
             meListed = meListed || p.deviceId == device_.deviceId;
         }
         if (!meListed) endpoints.push_back(myEndpoint());
+        // What the client reported is what the manager shows.
+        for (json& e : endpoints) {
+            auto known = portal_.endpoints.find(str(e, "externalDeviceId"));
+            if (known != portal_.endpoints.end()) e.update(known->second);
+        }
         return reply(id, {{"conferenceId", segmentAfter(url, "/conference/")},
-                          {"syncing", false},
+                          {"syncing", portal_.syncing},
                           {"allowUnmute", true},
                           {"endpoints", endpoints}});
     }
+    if (command == "confControlSyncControlpanel") learnPanel(payload);
+    if (command == "confSyncdata") learnSyncData(url, payload);
     if (command == "confRoomsearch" || command == "confRoomowner" || command == "confRoomavailable") {
         json rooms = json::array();
         for (const auto& entry : conferences_) {
@@ -641,6 +681,42 @@ void SimServers::sendEndpointChange(const std::string& operation, const json& en
         element["subject"] = c->subject;
     }
     send(eventName("confmanager_event"), element);
+}
+
+void SimServers::enterConference(const std::string& confid) {
+    if (confid != callConfid_) {
+        participants_.clear();
+        portal_ = PortalView();
+    }
+    callConfid_ = confid;
+}
+
+void SimServers::learnPanel(const json& panel) {
+    if (!panel.is_object()) return;
+    const json& locked = member(panel, "locked");
+    if (locked.is_boolean()) portal_.locked = locked.get<bool>();
+    const json& endpoints = member(panel, "endpoints");
+    if (!endpoints.is_array()) return;
+    for (const json& e : endpoints) {
+        const std::string device = str(e, "externalDeviceId");
+        if (device.empty()) continue;
+        json& known = portal_.endpoints[device];
+        for (const char* key : {"adminMute", "videoMute", "isHost", "isCohost", "isOperator"})
+            if (member(e, key).is_boolean()) known[key] = e[key];
+    }
+}
+
+// The path names the device, or the conference alone; the payload carries
+// one key.
+void SimServers::learnSyncData(const std::string& url, const json& data) {
+    if (!data.is_object()) return;
+    const std::string device = segmentAfter(url, "/endpoint/");
+    if (!device.empty()) {
+        if (member(data, "isOperator").is_boolean()) portal_.endpoints[device]["isOperator"] = data["isOperator"];
+        return;
+    }
+    if (member(data, "locked").is_boolean()) portal_.locked = data["locked"].get<bool>();
+    if (member(data, "recordStatus").is_boolean()) portal_.recording = data["recordStatus"].get<bool>();
 }
 
 SimServers::json SimServers::conferenceData(const Conference& c) const {

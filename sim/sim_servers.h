@@ -69,6 +69,17 @@ public:
     // REST commands of this type are answered with a failure of this type.
     void failCommand(const std::string& type, const std::string& failureType);
 
+    // What the portal knows of the current conference: the conference
+    // manager's page that steers a meeting through the client running it
+    // (the control commands) and follows it from the client's reports.
+    struct PortalView {
+        bool syncing = false;  // the client is to report every change
+        bool locked = false;
+        bool recording = false;
+        // By device: the status keys last reported ("adminMute", "isHost"...).
+        std::map<std::string, json> endpoints;
+    };
+
     // What the servers start. Each works on the current call, if any.
     void incomingCall(const std::string& fromDialNumber);  // INVITE for a known conference's number
     void cancelCall();                                     // CANCEL
@@ -77,7 +88,8 @@ public:
     void participantJoins(const Participant& participant);
     void participantLeaves(const std::string& deviceId);
     // A control command to the library ("ctrl_cmd_mute" and the like) with the
-    // event's further fields.
+    // event's further fields. "ctrl_cmd_start_sync_control_panel" switches
+    // the portal's syncing too, which the endpoint list then tells.
     void controlCommand(const std::string& event, const json& fields = json::object());
     void h323CallOut(const std::string& deviceName, const std::string& dialString, const std::string& protocolType,
                      const std::string& cmdId);
@@ -95,6 +107,13 @@ public:
     // "in-call", or "ended".
     std::string callState() const;
     std::vector<Participant> participants() const;
+    PortalView portal() const;
+    // The client's answers to control commands: the "payload" of each
+    // "MQ_CONFMGR" message, in order.
+    std::vector<json> controlResponses() const;
+    // The control panels the client reported ("confControlSyncControlpanel"),
+    // parsed, in order.
+    std::vector<json> panelReports() const;
 
 private:
     void onMessage(const std::string& text);
@@ -112,6 +131,13 @@ private:
     json deviceData() const;
     const Conference* conferenceById(const std::string& confid) const;
     void sendEndpointChange(const std::string& operation, const json& endpoint);
+    // The call is in conference `confid` now: another conference's
+    // participants and portal view go.
+    void enterConference(const std::string& confid);
+    // The portal takes in a control panel, whole or of one change, and the
+    // "confSyncdata" of a device or of the conference.
+    void learnPanel(const json& panel);
+    void learnSyncData(const std::string& url, const json& data);
     std::string newCallId();
     bool inCall() const;
 
@@ -122,6 +148,7 @@ private:
     std::map<std::string, std::string> failures_;    // REST type -> failure type
     std::vector<json> received_;
     std::vector<Participant> participants_;
+    PortalView portal_;
     json call_;               // the call's last signal, the template of what follows
     std::string callState_ = "none";
     std::string callConfid_;

@@ -15,15 +15,27 @@ steps=(
   "app      startconf {\"conferenceDialNumber\":\"8001\"}|wire>    INVITE to 8001|wire<    ACCEPTED meeting 99001|engine   join 99001|state    AVSTATE_IN_MEETING|wire>    ACK externalGuid=|media    onCallConnected"
   "sim      Bob joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Bob"
   "sim      Carol joins|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_join Carol"
-  "app      confControlmuteaudiolocal|engine   muteLocalAudio|notify   confsdknotify_endpoint_change {\"endpoints\":[{\"action\":\"adminMute\",\"adminMute\":true"
+  "app      confControlmuteaudiolocal|engine   muteLocalAudio|notify   confsdknotify_endpoint_change dev-1001 adminMute=true"
   "app      confControllockmeeting|engine   lockMeeting on|notify   confsdknotify_endpoint_change {\"action\":\"meetingLocked\",\"isLock\":true}|wire>    PUT /api/quelmar/confmgr/2.0/conference/conf-8001/syncdata"
   "sim      the server moves the call to meeting 99011|wire<    UPDATE meeting 99011|engine   join 99011|wire>    UPDATE externalGuid="
-  "sim      Bob leaves|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_leave Bob"
+  # The live meeting. A participant's own mute reaches the application.
+  "sim      Carol mutes their microphone|notify   confsdknotify_endpoint_change dev-Carol adminMute=true"
+  # The portal follows the meeting: the client answers with the whole panel.
+  "sim      the portal starts following the meeting|wire<    ctrl_cmd_start_sync_control_panel {\"syncing\":true} (cmd-1)|wire>    MQ_CONFMGR answer to cmd-1: OK, control panel conf-8001: "
+  # The portal's mute: a host request that the application carries out on
+  # the engine, and the change goes back to the conference manager.
+  "sim      the portal mutes Bob|wire<    ctrl_cmd_mute {\"deviceId\":\"dev-Bob\",\"mute\":true} (cmd-2)|notify   confsdknotify_host_request {\"action\":\"muteAttendeeAudio\",\"deviceId\":\"dev-Bob\",\"mute\":true}|wire>    MQ_CONFMGR answer to cmd-2: OK|app      confControlmuteaudio {\"guid\":\"dev-Bob\",\"mute\":true}|engine   muteAudio|notify   confsdknotify_endpoint_change dev-Bob adminMute=true|wire>    PUT /api/quelmar/confmgr/2.0/conference/control/synccontrolpanel  confControlSyncControlpanel conf-8001: dev-Bob adminMute=true;"
+  "sim      the portal locks the meeting|wire<    ctrl_cmd_lock_meeting {\"lock\":true} (cmd-3)|notify   confsdknotify_host_request {\"action\":\"lockMeeting\",\"lock\":true}|wire>    MQ_CONFMGR answer to cmd-3: OK|app      confControllockmeeting {\"lock\":true}|engine   lockMeeting on|notify   confsdknotify_endpoint_change {\"action\":\"meetingLocked\",\"isLock\":true}|wire>    PUT /api/quelmar/confmgr/2.0/conference/conf-8001/syncdata  confSyncdata {\"locked\":true}"
+  "app      confControlmakehost {\"externalDeviceId\":\"dev-Bob\"}|engine   setHost|notify   confsdknotify_endpoint_change dev-Bob isHost=true, dev-1001 isHost=false|wire>    PUT /api/quelmar/confmgr/2.0/conference/control/synccontrolpanel  confControlSyncControlpanel conf-8001: dev-Bob isHost=true, dev-1001 isHost=false; locked=true"
+  "app      confControlendpoints {\"confid\":\"conf-8001\"}|reply    confControlendpoints|  name       device     user id   audio  video  role|  Bob        dev-Bob    16779001  muted  on     host|  Carol      dev-Carol  16779002  muted  on     -|  Room 1001  dev-1001   16778241  on     on     -"
+  # The host leaves: the role comes back to this device, which tells the
+  # conference manager.
+  "sim      Bob leaves|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_leave Bob|wire>    device event LEAVE sdkUserId=16779001|notify   confsdknotify_endpoint_change dev-1001 isHost=true|wire>    PUT /api/quelmar/confmgr/2.0/conference/control/synccontrolpanel  confControlSyncControlpanel conf-8001: dev-1001 isHost=true;"
   "app      leaveconf|state    AVSTATE_IDLE|wire>    BYE|engine   leave|media    onCallEnd"
   "sim      the server calls from 8003|wire<    INVITE meeting 99003|state    AVSTATE_PASSIVE_WAITING_UI_CONFIRM|notify   0/confmanager_event confsdknotify_recv_invite \"Board\" 8003"
   "app      startconf {|engine   join 99003|wire>    ACCEPTED externalGuid=|wire<    ACK|state    AVSTATE_IN_MEETING"
   "sim      the server ends the call|wire<    BYE|state    AVSTATE_IDLE|engine   endMeeting|notify   confsdknotify_event_reason|media    onCallEnd"
-  "  conference running: no"
+  "  conference running: no|  portal:             syncing no, locked no, recording no; 3 control-panel reports, 3 answers to its commands"
 )
 
 fail() {

@@ -11,7 +11,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -75,6 +77,31 @@ std::string shorten(const std::string& text, size_t max = 110) {
     return text.substr(0, max - 3) + "...";
 }
 
+std::string yesNo(bool b) { return b ? "yes" : "no"; }
+
+// The changes of participants in the library's words: each endpoint status
+// that names the field it reports ("action"), as "device field=value".
+std::string describeChanges(const json& endpoints) {
+    std::string text;
+    for (const json& e : endpoints) {
+        if (!e.is_object() || !e.contains("action") || !e["action"].is_string()) return {};
+        const std::string action = e["action"].get<std::string>();
+        if (!text.empty()) text += ", ";
+        text += e.value("externalDeviceId", "?") + " " + action + "=" + (e.contains(action) ? e[action].dump() : "?");
+    }
+    return text;
+}
+
+// A control panel as the conference manager gets it: the changes it carries,
+// or the size of the whole.
+std::string describePanel(const json& panel) {
+    if (!panel.is_object()) return "?";
+    const json endpoints = panel.value("endpoints", json::array());
+    std::string changes = describeChanges(endpoints);
+    if (changes.empty()) changes = std::to_string(endpoints.size()) + " endpoints";
+    return panel.value("conferenceId", "") + ": " + changes + "; locked=" + panel.value("locked", json()).dump();
+}
+
 // A short readable form of a wire message.
 std::string summarize(bool toServer, const std::string& text) {
     const json m = json::parse(text, nullptr, false);
@@ -94,10 +121,31 @@ std::string summarize(bool toServer, const std::string& text) {
                 line += " externalGuid=" + body["externalGuid"].get<std::string>();
             return line;
         }
+        if (p.value("type", "") == "MQ_CONFMGR" && p.contains("payload")) {
+            const json& a = p["payload"];
+            std::string line = "MQ_CONFMGR answer to " + a.value("cmdId", "?") + ": " + a.value("retCode", "?");
+            if (a.contains("retData") && a["retData"].is_object())
+                line += ", control panel " + describePanel(a["retData"]);
+            return line;
+        }
+        if (p.value("type", "") == "MQ_CALLMASTER_DEVICE_EVENT" && p.contains("payload")) {
+            const json& inner = p["payload"].value("params", json::object());
+            const json& params = inner.value("params", json::object());
+            std::string line = "device event " + inner.value("event", "?") + " sdkUserId=" +
+                               params.value("sdkUserId", json()).dump();
+            if (params.contains("deviceName")) line += " " + params["deviceName"].dump();
+            return line;
+        }
         if (p.contains("url")) {
             std::string verb = p.value("type", "");
             for (auto& c : verb) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-            return verb + " " + p.value("url", "");
+            std::string line = verb + " " + p.value("url", "");
+            // The reports to the conference manager, with what they report.
+            const std::string id = m.value("id", "");
+            const json payload = json::parse(p.value("payload", ""), nullptr, false);
+            if (id == ORVANE::CONF::SYNCCONTROLPANEL) line += "  " + id + " " + describePanel(payload);
+            if (id == ORVANE::CONF::SYNCDATA) line += "  " + id + " " + p.value("payload", "");
+            return line;
         }
         return m.value("id", "?");
     }
@@ -121,6 +169,12 @@ std::string summarize(bool toServer, const std::string& text) {
             }
             if (e.contains("event")) {
                 std::string line = e["event"].get<std::string>();
+                if (line.rfind("ctrl_cmd_", 0) == 0) {
+                    // A control command: what it asks, and its id.
+                    json asked = e;
+                    for (const char* key : {"event", "cmdId", "conferenceId"}) asked.erase(key);
+                    return line + " " + asked.dump() + " (" + e.value("cmdId", "") + ")";
+                }
                 if (e.contains("operation")) line += " " + e["operation"].get<std::string>();
                 if (e.contains("endpoint") && e["endpoint"].is_object())
                     line += " " + e["endpoint"].value("name", "");
@@ -150,6 +204,10 @@ std::string describe(const std::string& data) {
         }
         return text;
     }
+    if (args.is_object() && args.contains("endpoints") && args["endpoints"].is_array()) {
+        const std::string changes = describeChanges(args["endpoints"]);
+        if (!changes.empty()) return changes;
+    }
     return shorten(data);
 }
 
@@ -159,10 +217,24 @@ class LibraryLog : public spdlog::sinks::base_sink<std::mutex> {
 public:
     LibraryLog(Timeline& timeline, std::shared_ptr<spdlog::sinks::sink> file) : timeline_(timeline), file_(file) {}
 
+    // Whether the library's own threads have work in hand: a report queued
+    // for the conference manager and not yet sent, or a control command of
+    // the server not yet answered. Nothing outside the library sees their
+    // queues; their log lines tell when work goes in and when it is done.
+    bool busy() const { return reports_ > 0 || commands_ > 0; }
+    void forget() {
+        reports_ = 0;
+        commands_ = 0;
+    }
+
 protected:
     void sink_it_(const spdlog::details::log_msg& msg) override {
         if (file_) file_->log(msg);
         const std::string text(msg.payload.data(), msg.payload.size());
+        if (text.find("PortalReporter::put_msg") != std::string::npos) ++reports_;
+        if (text.find("PortalReporter::_Server_SyncControlPanel") != std::string::npos) --reports_;
+        if (text.find("OrvaneLogic_QV::onCtrlNotify") != std::string::npos) ++commands_;
+        if (text.find("ControlCommandResp:=") != std::string::npos) --commands_;
         static const std::string marker = "new state=";
         if (text.compare(0, marker.size(), marker) == 0) {
             std::string state = text.substr(marker.size());
@@ -181,10 +253,44 @@ private:
     Timeline& timeline_;
     std::shared_ptr<spdlog::sinks::sink> file_;
     std::string last_ = "AVSTATE_INIT";
+    std::atomic<int> reports_{0};
+    std::atomic<int> commands_{0};
 };
 
 // ---------------------------------------------------------------------------
 // The application
+
+// What the application does for a host request of the portal: the command
+// that carries it out on the meeting, or nothing for a request that only
+// informs (a device plugged in) or that no command serves (recording).
+std::pair<std::string, json> carryOut(const json& r) {
+    namespace CONF = ORVANE::CONF;
+    if (!r.is_object()) return {};
+    const std::string action = r.value("action", "");
+    try {
+        if (action == "muteAttendeeAudio")
+            return {CONF::MUTEAUDIO, {{"guid", r.at("deviceId")}, {"mute", r.at("mute")}}};
+        if (action == "muteAttendeeAudioAll")
+            return {CONF::MUTEALL, {{"mute", r.at("mute")}, {"allowUnmute", r.at("allowUnmuteBySelf")}}};
+        if (action == "blockAttendeeVideo")
+            return {CONF::MUTEVIDEO, {{"guid", r.at("deviceId")}, {"mute", r.at("isBlock")}}};
+        if (action == "lockMeeting") return {CONF::LOCKMEETING, {{"lock", r.at("lock")}}};
+        if (action == "makeHost") return {CONF::MAKEHOST, {{"externalDeviceId", r.at("deviceId")}}};
+        if (action == "makeCohost")
+            return {CONF::MAKECOHOST, {{"externalDeviceId", r.at("deviceId")}, {"bCohost", r.at("isCoHost")}}};
+    } catch (const json::exception&) {
+        // A request without its keys is not carried out.
+    }
+    return {};
+}
+
+// The conference a notification or a reply speaks of, if it names one.
+std::string conferenceIdIn(const json& j) {
+    if (!j.is_object()) return {};
+    for (const char* key : {"conferenceId", "confId", "confid"})
+        if (j.contains(key) && j[key].is_string() && !j[key].get<std::string>().empty()) return j[key].get<std::string>();
+    return {};
+}
 
 class App : public ORVANE::ConfSDK::Listener, public ORVANE::AVSDK::Listener {
 public:
@@ -192,6 +298,12 @@ public:
 
     void onConfCommand(const std::string& type, const std::string& data) override {
         timeline_.line("reply", type + " " + shorten(data));
+        const json reply = json::parse(data, nullptr, false);
+        if (!reply.is_object()) return;
+        const json& result = reply.value("result", json::object());
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (result.is_object()) learnConference(conferenceIdIn(result.value("data", json::object())));
+        if (type == ORVANE::CONF::ENDPOINTS) lastEndpoints_ = reply;
     }
     void onConfNotify(const std::string& type, const std::string& data) override {
         if (type == ORVANE::CONFNOTIFY::DO_INTERNAL_TASK_MUST_IN_UI_THREAD) {
@@ -200,14 +312,24 @@ public:
             cv_.notify_all();
             return;
         }
-        if (type == "0/confmanager_event") {
-            const json args = json::parse(data, nullptr, false);
-            if (args.is_array() && !args.empty() && args[0].value("event", "") == ORVANE::CONFNOTIFY::RECV_INVITE) {
-                std::lock_guard<std::mutex> lock(mutex_);
-                lastInvite_ = args[0];
-            }
+        const json parsed = json::parse(data, nullptr, false);
+        static const std::string kManagerEvent = "/confmanager_event";
+        const bool managerEvent = type.size() > kManagerEvent.size() &&
+                                  type.compare(type.size() - kManagerEvent.size(), std::string::npos, kManagerEvent) == 0;
+        if (managerEvent && parsed.is_array() && !parsed.empty() && parsed[0].is_object()) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            learnConference(conferenceIdIn(parsed[0]));
+            if (parsed[0].value("event", "") == ORVANE::CONFNOTIFY::RECV_INVITE) lastInvite_ = parsed[0];
         }
         timeline_.line("notify", type + (data.empty() ? "" : " " + describe(data)));
+        if (type == ORVANE::CONFNOTIFY::HOSTREQUEST) {
+            // Carried out on the UI thread, as the application's own commands.
+            auto command = carryOut(parsed);
+            if (command.first.empty()) return;
+            std::lock_guard<std::mutex> lock(mutex_);
+            actions_.push_back(std::move(command));
+            cv_.notify_all();
+        }
     }
     void onNotify(std::string, std::string cmd, std::string data) override {
         timeline_.line("media", cmd + (data.empty() ? "" : " " + shorten(data)));
@@ -226,23 +348,49 @@ public:
             any = true;
         }
     }
-    // Sleeps on the UI thread until a UI task is asked for or the time passes.
+    // The commands the application owes the portal, oldest first.
+    std::vector<std::pair<std::string, json>> takeActions() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<std::pair<std::string, json>> out(actions_.begin(), actions_.end());
+        actions_.clear();
+        return out;
+    }
+    // Sleeps on the UI thread until there is work for it or the time passes.
     void waitForWork(std::chrono::milliseconds timeout) {
         std::unique_lock<std::mutex> lock(mutex_);
-        cv_.wait_for(lock, timeout, [this] { return uiTasks_ > 0; });
+        cv_.wait_for(lock, timeout, [this] { return uiTasks_ > 0 || !actions_.empty(); });
     }
     void wake() { cv_.notify_all(); }
     json lastInvite() {
         std::lock_guard<std::mutex> lock(mutex_);
         return lastInvite_;
     }
+    // The conference last heard of, empty before any.
+    std::string conferenceId() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return conferenceId_;
+    }
+    // The last reply to "confControlendpoints"; null once taken.
+    json takeEndpoints() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        json out = std::move(lastEndpoints_);
+        lastEndpoints_ = json();
+        return out;
+    }
 
 private:
+    void learnConference(const std::string& id) {
+        if (!id.empty()) conferenceId_ = id;
+    }
+
     Timeline& timeline_;
     std::mutex mutex_;
     std::condition_variable cv_;
     int uiTasks_ = 0;
+    std::deque<std::pair<std::string, json>> actions_;
     json lastInvite_;
+    json lastEndpoints_;
+    std::string conferenceId_;
 };
 
 // ---------------------------------------------------------------------------
@@ -265,23 +413,42 @@ const char* const kHelp = R"(Commands of the application:
   mute on|off                                 local microphone (confControlmuteaudiolocal)
   mute-all on|off                             everybody's microphone (confControlmuteAll)
   lock on|off                                 lock the meeting (confControllockmeeting)
-  host DEVICEID                               hand the host role over (confControlmakehost)
+  host NAME                                   hand the host role to a participant or a device id
+                                              (confControlmakehost)
+  cohost NAME on|off                          make a participant co-host, or not (confControlmakecohost)
+  endpoints [CONFID]                          ask for the endpoint list (confControlendpoints); the
+                                              conference is the one last heard of unless given
+  participants                                the endpoint list as a table: the library's view of
+                                              who is in the meeting (user id: the engine's)
   raw TYPE [JSON]                             any command with its data
-  state                                       the call, the device and the servers' view
-  participants                                who is in the meeting, for the servers and the engine
-What the simulated servers and engine do:
+  state                                       the call, the device, the servers' and the portal's view
+  The application carries out what the portal asks of it (a host request to mute, lock,
+  hand over roles) with the commands above, on its UI thread.
+What happens in the meeting (the simulated engine reports it):
+  join NAME                                   a participant joins (the conference manager tells too)
+  part NAME                                   a participant leaves (the conference manager tells too)
+  participant NAME mute on|off                a participant mutes or unmutes their microphone
+  participant NAME video on|off               a participant switches their camera on or off
+  share NAME on|off                           a participant starts or stops sharing their screen
+  record on|off                               the meeting's recording starts or stops
+  device camera|mic NAME                      a camera or microphone is plugged in here (NAME none:
+                                              pulled out)
+  kick [REASON]                               the engine ends the call itself (default KickByHost)
+  fail-join REASON                            the next media join fails with this engine reason
+What the portal does (through the conference manager):
+  portal sync on|off                          follow the meeting: the client reports every change
+                                              (ctrl_cmd_start_sync_control_panel)
+  portal mute NAME on|off                     mute or unmute a participant (ctrl_cmd_mute)
+  portal lock on|off                          lock or unlock the meeting (ctrl_cmd_lock_meeting)
+  ctrl EVENT [JSON]                           any control command (ctrl_cmd_make_host, ...)
+What the simulated servers do:
   incoming NUMBER                             the server calls this device from a conference number
   cancel                                      the server cancels the call that rings
   bye [REASON]                                the server ends the call
   move NUMBER                                 the server moves the call to another media meeting
-  join NAME                                   a participant joins the meeting
-  part NAME                                   a participant leaves
-  ctrl EVENT [JSON]                           a control command from the server (ctrl_cmd_mute, ...)
   h323 NAME ADDRESS                           the server orders an H.323 call-out
   logout                                      the server logs the device out (BE_LOGOUT)
   rename NAME                                 the device manager renames the device
-  kick [REASON]                               the engine ends the call itself (default KickByHost)
-  fail-join REASON                            the next media join fails with this engine reason
   conference NUMBER [meeting=M] [passcode=P] [busy=CONFID]   add a conference the servers know
 Other:
   wait MS                                     let time pass
@@ -306,6 +473,7 @@ public:
 private:
     bool execute(const std::string& line);
     void settle();
+    bool runUi();
     void pump(std::chrono::milliseconds upTo);
     void send(const std::string& type, const json& data);
     std::string arg(const std::vector<std::string>& words, size_t i, const std::string& def = "") {
@@ -324,6 +492,21 @@ private:
     }
     void showState();
     void showParticipants();
+    // The device of a participant by name, as the servers or the engine
+    // know them (each joiner gets the device "dev-NAME"); anything else is
+    // taken as a device id.
+    std::string deviceOf(const std::string& name) const {
+        for (const auto& p : servers_.participants())
+            if (p.name == name) return p.deviceId;
+        return engine_.userIdOf(name).empty() ? name : "dev-" + name;
+    }
+    // The engine's user id of a participant; empty, with a word on the
+    // timeline, when nobody of that name is in the meeting.
+    std::string attendee(const std::string& name) {
+        const std::string id = engine_.userIdOf(name);
+        if (id.empty()) timeline_.plain("  " + name + " is not in the meeting");
+        return id;
+    }
 
     Options options_;
     Timeline timeline_;
@@ -332,8 +515,8 @@ private:
     orvsim::SimEngine engine_;
     orvsim::SimServers servers_;
     ORVANE::ConfSDK* sdk_ = nullptr;
-    std::map<std::string, orvsim::SimServers::Participant> people_;  // by name
-    int nextPerson_ = 1;
+    std::shared_ptr<LibraryLog> libraryLog_;
+    int nextCommand_ = 1;
     bool quit_ = false;
 };
 
@@ -343,24 +526,44 @@ void Console::send(const std::string& type, const json& data) {
     sdk_->sendCommand(type, text);
 }
 
+// Runs what waits for the UI thread: the library's queued engine calls and
+// the commands the application owes the portal; true if there was any.
+bool Console::runUi() {
+    bool any = app_.runUiTasks(sdk_);
+    for (const auto& [type, data] : app_.takeActions()) {
+        send(type, data);
+        any = true;
+    }
+    return any;
+}
+
 // Plays the UI thread for a while.
 void Console::pump(std::chrono::milliseconds upTo) {
     const auto deadline = std::chrono::steady_clock::now() + upTo;
     while (std::chrono::steady_clock::now() < deadline) {
-        app_.runUiTasks(sdk_);
+        runUi();
         app_.waitForWork(std::min<std::chrono::milliseconds>(
             20ms, std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now())));
     }
-    app_.runUiTasks(sdk_);
+    runUi();
 }
 
-// Lets everything in flight finish: the wire, the engine and the UI thread.
+// Lets everything in flight finish: the wire, the engine, the UI thread and
+// the library's own threads.
 void Console::settle() {
+    // Work of the library's threads that has not ended within this limit is
+    // taken as lost (a command it could not read), not waited for again.
+    const auto libraryLimit = std::chrono::steady_clock::now() + 2s;
     for (int quiet = 0; quiet < 3;) {
-        const bool ui = app_.runUiTasks(sdk_);
+        const bool ui = runUi();
         const bool wire = !transport_.idle(0ms);
         const bool media = !engine_.idle(0ms);
-        if (ui || wire || media) {
+        bool library = libraryLog_->busy();
+        if (library && std::chrono::steady_clock::now() > libraryLimit) {
+            libraryLog_->forget();
+            library = false;
+        }
+        if (ui || wire || media || library) {
             quiet = 0;
             pump(10ms);
         } else {
@@ -378,19 +581,46 @@ void Console::showState() {
     timeline_.plain("  engine meeting:     " + (engine_.inMeeting() ? engine_.meetingNumber() + " as user " +
                                                                           engine_.myUserId()
                                                                     : std::string("none")));
+    const auto portal = servers_.portal();
+    timeline_.plain("  portal:             syncing " + yesNo(portal.syncing) + ", locked " + yesNo(portal.locked) +
+                    ", recording " + yesNo(portal.recording) + "; " +
+                    std::to_string(servers_.panelReports().size()) + " control-panel reports, " +
+                    std::to_string(servers_.controlResponses().size()) + " answers to its commands");
 }
 
+// The library keeps its endpoint cache to itself; what the application can
+// see of it is the endpoint list, which the library merges from the
+// conference manager's list and the engine's, refreshing the cache on the way.
 void Console::showParticipants() {
-    const auto list = servers_.participants();
-    timeline_.plain("  the conference manager's list (" + std::to_string(list.size()) + "):");
-    for (const auto& p : list)
-        timeline_.plain("    " + p.name + "  device " + p.deviceId + "  engine id " + p.engineUserId);
-    ORVANE::AvUserMap users;
-    engine_.getUserList(users);
-    timeline_.plain("  the engine's list (" + std::to_string(users.size()) + "):");
-    for (const auto& u : users)
-        timeline_.plain("    " + u.first + "  " + u.second.name + (u.second.isHost ? "  host" : "") +
-                        (u.second.audioMuted ? "  muted" : ""));
+    if (!sdk_->getConfControlService().isRunning()) {
+        timeline_.plain("  no meeting");
+        return;
+    }
+    app_.takeEndpoints();
+    send(ORVANE::CONF::ENDPOINTS, {{"confid", app_.conferenceId()}});
+    settle();
+    const json reply = app_.takeEndpoints();
+    const json result = reply.is_object() ? reply.value("result", json::object()) : json::object();
+    if (!result.is_object() || result.value("type", "") != "SUCCESS") {
+        timeline_.plain("  no endpoint list");
+        return;
+    }
+    std::vector<std::vector<std::string>> rows = {{"name", "device", "user id", "audio", "video", "role"}};
+    for (const json& e : result["data"].value("endpoints", json::array())) {
+        auto flag = [&](const char* key) { return e.value(key, json(false)).is_boolean() && e.value(key, false); };
+        rows.push_back({e.value("name", ""), e.value("externalDeviceId", ""), e.value("externalGuid", ""),
+                        flag("adminMute") ? "muted" : "on", flag("videoMute") ? "off" : "on",
+                        flag("isHost") ? "host" : flag("isCohost") ? "co-host" : "-"});
+    }
+    std::vector<size_t> width(rows[0].size(), 0);
+    for (const auto& row : rows)
+        for (size_t i = 0; i < row.size(); ++i) width[i] = std::max(width[i], row[i].size());
+    for (const auto& row : rows) {
+        std::string line = " ";
+        for (size_t i = 0; i < row.size(); ++i)
+            line += " " + row[i] + (i + 1 < row.size() ? std::string(width[i] - row[i].size() + 1, ' ') : "");
+        timeline_.plain(line);
+    }
 }
 
 bool Console::execute(const std::string& raw) {
@@ -438,7 +668,11 @@ bool Console::execute(const std::string& raw) {
         else
             send(ORVANE::CONF::LOCKMEETING, {{"lock", on}});
     } else if (cmd == "host" && w.size() >= 2) {
-        send(ORVANE::CONF::MAKEHOST, {{"externalDeviceId", w[1]}});
+        send(ORVANE::CONF::MAKEHOST, {{"externalDeviceId", deviceOf(w[1])}});
+    } else if (cmd == "cohost" && w.size() >= 3) {
+        send(ORVANE::CONF::MAKECOHOST, {{"externalDeviceId", deviceOf(w[1])}, {"bCohost", w[2] == "on"}});
+    } else if (cmd == "endpoints") {
+        send(ORVANE::CONF::ENDPOINTS, {{"confid", arg(w, 1, app_.conferenceId())}});
     } else if (cmd == "raw" && w.size() >= 2) {
         const auto pos = line.find(w[1]) + w[1].size();
         std::string data = line.substr(pos);
@@ -463,28 +697,59 @@ bool Console::execute(const std::string& raw) {
         timeline_.line("sim", "the server moves the call to meeting " + w[1]);
         servers_.moveCall(w[1]);
     } else if (cmd == "join" && w.size() >= 2) {
+        // A participant on a client of this library: it tells the servers
+        // itself, so the conference manager reports the join too.
+        timeline_.line("sim", w[1] + " joins the meeting");
         orvsim::SimServers::Participant p;
         p.name = w[1];
         p.deviceId = "dev-" + w[1];
-        p.engineUserId = std::to_string(16779000 + nextPerson_++);
-        people_[p.name] = p;
-        ORVANE::AvUserInfo info;
-        info.name = p.name;
-        engine_.addUser(p.engineUserId, info);
-        timeline_.line("sim", p.name + " joins the meeting");
-        engine_.notifyLater("MeetingServiceEvent", "onUserJoin", json{{"userid", p.engineUserId}}.dump(), 0ms);
+        p.engineUserId = engine_.userJoins(p.name);
         servers_.participantJoins(p);
     } else if (cmd == "part" && w.size() >= 2) {
-        auto it = people_.find(w[1]);
-        const std::string deviceId = it != people_.end() ? it->second.deviceId : w[1];
+        const std::string deviceId = deviceOf(w[1]);
         timeline_.line("sim", w[1] + " leaves the meeting");
-        if (it != people_.end()) {
-            engine_.removeUser(it->second.engineUserId);
-            engine_.notifyLater("MeetingServiceEvent", "onUserLeft", json{{"userid", it->second.engineUserId}}.dump(),
-                                0ms);
-            people_.erase(it);
-        }
+        engine_.userLeaves(engine_.userIdOf(w[1]));
         servers_.participantLeaves(deviceId);
+    } else if (cmd == "participant" && w.size() >= 4 && (w[2] == "mute" || w[2] == "video")) {
+        const std::string id = attendee(w[1]);
+        if (id.empty()) return false;
+        const bool on = w[3] == "on";
+        if (w[2] == "mute") {
+            timeline_.line("sim", w[1] + (on ? " mutes" : " unmutes") + " their microphone");
+            engine_.userSetsAudio(id, on);
+        } else {
+            timeline_.line("sim", w[1] + " switches their camera " + (on ? "on" : "off"));
+            engine_.userSetsVideo(id, on);
+        }
+    } else if (cmd == "share" && w.size() >= 3) {
+        const std::string id = attendee(w[1]);
+        if (id.empty()) return false;
+        timeline_.line("sim", w[1] + (w[2] == "on" ? " starts" : " stops") + " sharing their screen");
+        engine_.setSharing(id, w[2] == "on");
+    } else if (cmd == "record" && w.size() >= 2) {
+        timeline_.line("sim", std::string("the meeting's recording ") + (w[1] == "on" ? "starts" : "stops"));
+        engine_.setRecording(w[1] == "on");
+    } else if (cmd == "device" && w.size() >= 3 && (w[1] == "camera" || w[1] == "mic")) {
+        const bool plugged = w[2] != "none";
+        const std::string what = w[1] == "camera" ? "camera" : "microphone";
+        timeline_.line("sim", plugged ? "the " + what + " " + w[2] + " is plugged in" : "the " + what + " is pulled out");
+        if (w[1] == "camera")
+            engine_.plugCamera(plugged);
+        else
+            engine_.plugMicrophone(plugged);
+    } else if (cmd == "portal" && w.size() >= 3 && (w[1] == "sync" || w[1] == "lock")) {
+        const bool on = w[2] == "on";
+        if (w[1] == "sync") {
+            timeline_.line("sim", std::string("the portal ") + (on ? "starts" : "stops") + " following the meeting");
+            servers_.controlCommand("ctrl_cmd_start_sync_control_panel", {{"syncing", on}});
+        } else {
+            timeline_.line("sim", std::string("the portal ") + (on ? "locks" : "unlocks") + " the meeting");
+            servers_.controlCommand("ctrl_cmd_lock_meeting", {{"lock", on}});
+        }
+    } else if (cmd == "portal" && w.size() >= 4 && w[1] == "mute") {
+        const bool on = w[3] == "on";
+        timeline_.line("sim", std::string("the portal ") + (on ? "mutes " : "unmutes ") + w[2]);
+        servers_.controlCommand("ctrl_cmd_mute", {{"deviceId", deviceOf(w[2])}, {"mute", on}});
     } else if (cmd == "ctrl" && w.size() >= 2) {
         json fields = json::object();
         if (w.size() >= 3) {
@@ -499,7 +764,7 @@ bool Console::execute(const std::string& raw) {
         servers_.controlCommand(w[1], fields);
     } else if (cmd == "h323" && w.size() >= 3) {
         timeline_.line("sim", "the server orders a call-out to " + w[1]);
-        servers_.h323CallOut(w[1], w[2], "h323", "cmd-" + std::to_string(nextPerson_++));
+        servers_.h323CallOut(w[1], w[2], "h323", "h323-cmd-" + std::to_string(nextCommand_++));
     } else if (cmd == "logout") {
         timeline_.line("sim", "the server logs the device out");
         servers_.logout();
@@ -560,7 +825,8 @@ int Console::run() {
     std::shared_ptr<spdlog::sinks::sink> file;
     if (!options_.logFile.empty())
         file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(options_.logFile, true);
-    auto logger = std::make_shared<spdlog::logger>("orvane", std::make_shared<LibraryLog>(timeline_, file));
+    libraryLog_ = std::make_shared<LibraryLog>(timeline_, file);
+    auto logger = std::make_shared<spdlog::logger>("orvane", libraryLog_);
     logger->set_level(spdlog::level::debug);
 
     sdk_ = ORVANE::OrvaneSDK_Factory::createInstance(options_.platform, "");
