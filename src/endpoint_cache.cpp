@@ -90,14 +90,6 @@ size_t EndpointCache::size() const {
     return entries_.size();
 }
 
-std::vector<std::pair<std::string, std::string>> EndpointCache::devices() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::pair<std::string, std::string>> out;
-    out.reserve(entries_.size());
-    for (const auto& entry : entries_) out.emplace_back(entry.first, entry.second.externalDeviceId);
-    return out;
-}
-
 void EndpointCache::applyEngineUsers(const AvUserMap& users) {
     edit([&](Editor& e) {
         for (const auto& user : users) {

@@ -8,7 +8,6 @@
 #include <set>
 #include <string>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "orvane/types.h"
@@ -86,8 +85,6 @@ public:
     std::string deviceOfUserId(const std::string& userid) const;
     bool contains(const std::string& userid) const;
     size_t size() const;
-    // Every (user id, device) pair, in user id order.
-    std::vector<std::pair<std::string, std::string>> devices() const;
 
     // The engine's view of each user's audio, video and roles; names and
     // devices stay, and users the engine no longer reports stay too.
