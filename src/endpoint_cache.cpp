@@ -40,6 +40,7 @@ void EndpointCache::Editor::erase(const std::string& userid) {
     if (found == cache_.entries_.end()) return;
     cache_.unindex(userid, found->second.externalDeviceId);
     cache_.entries_.erase(found);
+    cache_.dropped_.insert(userid);
 }
 
 std::optional<json> EndpointCache::Editor::report(const std::string& userid, const char* action) const {
@@ -99,7 +100,19 @@ void EndpointCache::applyEngineUsers(const AvUserMap& users) {
             entry.isHost = user.second.isHost;
             entry.isCohost = user.second.isCohost;
         }
+        engineUsersStale_ = false;
+        dropped_.clear();
     });
+}
+
+void EndpointCache::engineUsersChanged() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    engineUsersStale_ = true;
+}
+
+bool EndpointCache::needsEngineUsers(const std::string& userid) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return engineUsersStale_ || dropped_.count(userid) != 0;
 }
 
 std::optional<EpStatus> EndpointCache::tieToDevice(const std::string& userid, const std::string& deviceId,
@@ -127,6 +140,8 @@ void EndpointCache::clear() {
     entries_.clear();
     byDevice_.clear();
     flags_ = ConferenceFlags();
+    engineUsersStale_ = true;
+    dropped_.clear();
 }
 
 void EndpointCache::setFlags(const ConferenceFlags& flags) {
