@@ -118,10 +118,14 @@ public:
     nlohmann::json controlPanel(const std::string& confid, const nlohmann::json& endpoints) const;
 
 private:
+    using Entries = std::map<std::string, EpStatus>;
+
+    // A new entry for `userid`, placed at `hint`.
+    Entries::iterator add(Entries::iterator hint, const std::string& userid);
     void unindex(const std::string& userid, const std::string& deviceId);
 
     mutable std::mutex mutex_;
-    std::map<std::string, EpStatus> entries_;
+    Entries entries_;
     // Device to the user ids tied to it, in user id order.
     std::unordered_map<std::string, std::set<std::string>> byDevice_;
     ConferenceFlags flags_;
