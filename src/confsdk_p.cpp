@@ -355,20 +355,17 @@ std::string OrvaneSDKPrivate::getAvUseridFromDeviceID(const std::string& deviceI
 }
 
 std::string OrvaneSDKPrivate::getDeviceidFromAvUserid(const std::string& userid) {
-    const auto entries = endpoints_.devices();
-    LOG_DEBUG("print epStatusList start......");
-    const std::string* found = nullptr;
-    for (const auto& entry : entries) {
-        LOG_DEBUG("userid={}, deviceId={}", entry.first, entry.second);
-        if (entry.first == userid) found = &entry.second;
-    }
-    LOG_DEBUG("print epStatusList end......");
-    if (found == nullptr) {
+    const auto deviceId = endpoints_.edit([&](EndpointCache::Editor& e) -> std::optional<std::string> {
+        const EpStatus* entry = e.find(userid);
+        if (entry == nullptr) return std::nullopt;
+        return entry->externalDeviceId;
+    });
+    if (!deviceId) {
         LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, not found", userid);
         return {};
     }
-    LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, deviceid={}", userid, *found);
-    return *found;
+    LOG_DEBUG("OrvaneSDKPrivate::getDeviceidFromAvUserid userid={}, deviceid={}", userid, *deviceId);
+    return *deviceId;
 }
 
 // ---------------------------------------------------------------------------

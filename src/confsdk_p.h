@@ -171,7 +171,7 @@ public:
     void setSyncing(bool on) { syncing_ = on; }
     // The engine's list of users may have changed since the cache last
     // read it.
-    void engineUsersChanged() { engineUsersStale_ = true; }
+    void engineUsersChanged() { endpoints_.engineUsersChanged(); }
 
     // The state of the call machine, an AvState.
     int callState();
@@ -215,9 +215,6 @@ private:
     std::string avPlatformName_;
     bool customUiMode_ = false;
     std::atomic<bool> syncing_{false};
-    // Under the call lock: the cache has not read the engine's users since
-    // the engine's list may have changed.
-    bool engineUsersStale_ = true;
     OrvaneLogic_Interface* logic_ = nullptr;
     std::unique_ptr<OrvaneLogic_QV> ownedLogic_;
 

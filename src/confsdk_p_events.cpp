@@ -113,10 +113,12 @@ void OrvaneSDKPrivate::onParticipantJoin(const std::string& type, json& args) {
     json& event = args.at(0);
     json& endpoint = event.at("endpoint");
     const std::string guid = endpoint.at("externalGuid").get<std::string>();
-    // The cache follows the engine's own reports of status and roles; it
-    // reads the whole list of users again only when that list may have
-    // changed, so that a burst of joins does not read it once each.
-    if (engineUsersStale_ || (!guid.empty() && !endpoints_.contains(guid))) syncAllCacheStatusFromAVSDK();
+    // The cache follows the engine's own reports of status and roles. The
+    // engine offers only its whole list of users, so that is read again
+    // only when the cache can't vouch for this participant: a burst of
+    // joins reads it once, and a newcomer the engine has not reported
+    // costs no read at all.
+    if (endpoints_.needsEngineUsers(guid)) syncAllCacheStatusFromAVSDK();
 
     const std::string& me = identity_.deviceId();
     if (endpoint.at("deviceId").get<std::string>() == me) {

@@ -9,11 +9,12 @@
 using namespace ORVANE;
 using json = nlohmann::json;
 
+// Under the call lock, as is every report of a change of users: none comes
+// between the reading of the list and its taking.
 int OrvaneSDKPrivate::syncAllCacheStatusFromAVSDK() {
     AvUserMap users;
     if (av_) av_->getUserList(users);
     endpoints_.applyEngineUsers(users);
-    engineUsersStale_ = false;
     for (const auto& user : users) LOG_DEBUG("----[sync] user name : {}-----", user.second.name);
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "endpoint_cache.h"
 
+#include <type_traits>
+
 namespace ORVANE {
 
 using json = nlohmann::json;
@@ -14,12 +16,9 @@ json EpStatus::toJson() const {
 // Editor: the caller holds the cache's lock.
 
 EpStatus& EndpointCache::Editor::entry(const std::string& userid) {
-    auto found = cache_.entries_.find(userid);
-    if (found != cache_.entries_.end()) return found->second;
-    // A new entry has no device yet, which the index keeps too: the lookup
-    // of the empty device finds it.
-    cache_.byDevice_[""].insert(userid);
-    return cache_.entries_[userid];
+    auto found = cache_.entries_.lower_bound(userid);
+    if (found != cache_.entries_.end() && found->first == userid) return found->second;
+    return cache_.add(found, userid)->second;
 }
 
 const EpStatus* EndpointCache::Editor::find(const std::string& userid) const {
@@ -40,6 +39,7 @@ void EndpointCache::Editor::erase(const std::string& userid) {
     if (found == cache_.entries_.end()) return;
     cache_.unindex(userid, found->second.externalDeviceId);
     cache_.entries_.erase(found);
+    cache_.dropped_.insert(userid);
 }
 
 std::optional<json> EndpointCache::Editor::report(const std::string& userid, const char* action) const {
@@ -60,6 +60,13 @@ std::vector<std::string> EndpointCache::Editor::hosts() const {
 ConferenceFlags& EndpointCache::Editor::flags() { return cache_.flags_; }
 
 // ---------------------------------------------------------------------------
+
+EndpointCache::Entries::iterator EndpointCache::add(Entries::iterator hint, const std::string& userid) {
+    // A new entry has no device yet, which the index keeps too: the lookup
+    // of the empty device finds it.
+    byDevice_[""].insert(userid);
+    return entries_.emplace_hint(hint, userid, EpStatus());
+}
 
 void EndpointCache::unindex(const std::string& userid, const std::string& deviceId) {
     auto ids = byDevice_.find(deviceId);
@@ -90,24 +97,33 @@ size_t EndpointCache::size() const {
     return entries_.size();
 }
 
-std::vector<std::pair<std::string, std::string>> EndpointCache::devices() const {
+void EndpointCache::applyEngineUsers(const AvUserMap& users) {
     std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::pair<std::string, std::string>> out;
-    out.reserve(entries_.size());
-    for (const auto& entry : entries_) out.emplace_back(entry.first, entry.second.externalDeviceId);
-    return out;
+    // Both are in user id order: one walk through the two rather than a
+    // search of the cache for each user.
+    static_assert(std::is_same_v<AvUserMap::key_compare, Entries::key_compare>);
+    auto entry = entries_.begin();
+    for (const auto& user : users) {
+        while (entry != entries_.end() && entry->first < user.first) ++entry;
+        if (entry == entries_.end() || entry->first != user.first) entry = add(entry, user.first);
+        EpStatus& status = entry->second;
+        status.adminMute = user.second.audioMuted;
+        status.videoMute = user.second.videoMuted;
+        status.isHost = user.second.isHost;
+        status.isCohost = user.second.isCohost;
+    }
+    engineUsersStale_ = false;
+    dropped_.clear();
 }
 
-void EndpointCache::applyEngineUsers(const AvUserMap& users) {
-    edit([&](Editor& e) {
-        for (const auto& user : users) {
-            EpStatus& entry = e.entry(user.first);
-            entry.adminMute = user.second.audioMuted;
-            entry.videoMute = user.second.videoMuted;
-            entry.isHost = user.second.isHost;
-            entry.isCohost = user.second.isCohost;
-        }
-    });
+void EndpointCache::engineUsersChanged() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    engineUsersStale_ = true;
+}
+
+bool EndpointCache::needsEngineUsers(const std::string& userid) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return engineUsersStale_ || dropped_.count(userid) != 0;
 }
 
 std::optional<EpStatus> EndpointCache::tieToDevice(const std::string& userid, const std::string& deviceId,
@@ -135,6 +151,8 @@ void EndpointCache::clear() {
     entries_.clear();
     byDevice_.clear();
     flags_ = ConferenceFlags();
+    engineUsersStale_ = true;
+    dropped_.clear();
 }
 
 void EndpointCache::setFlags(const ConferenceFlags& flags) {

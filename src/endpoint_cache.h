@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
-#include <utility>
+#include <unordered_set>
 #include <vector>
 
 #include "orvane/types.h"
@@ -86,12 +86,20 @@ public:
     std::string deviceOfUserId(const std::string& userid) const;
     bool contains(const std::string& userid) const;
     size_t size() const;
-    // Every (user id, device) pair, in user id order.
-    std::vector<std::pair<std::string, std::string>> devices() const;
 
     // The engine's view of each user's audio, video and roles; names and
-    // devices stay, and users the engine no longer reports stay too.
+    // devices stay, and users the engine no longer reports stay too. The
+    // cache holds the engine's view of everybody from here on.
     void applyEngineUsers(const AvUserMap& users);
+    // The engine has reported a change in who is in the meeting.
+    void engineUsersChanged();
+    // Whether the engine's list of users must be read again before the
+    // entry of `userid` can be trusted: the engine has reported a change of
+    // users since it was last read, or the cache dropped the entry since
+    // then while the engine may still hold the user. Otherwise a user
+    // missing from the cache is missing from the engine too, and the
+    // engine's own reports have kept every entry current.
+    bool needsEngineUsers(const std::string& userid) const;
     // The server says `userid` is the participant of `deviceId`: an older
     // entry of that device under another user id goes, so a participant
     // who came back has one entry. Gives the entry as it now stands; with
@@ -100,7 +108,8 @@ public:
                                         const std::string& name);
     void erase(const std::string& userid);
 
-    // Entries and flags back to those of no meeting.
+    // Entries and flags back to those of no meeting; the engine's users
+    // are to be read again.
     void clear();
     void setFlags(const ConferenceFlags& flags);
 
@@ -109,13 +118,20 @@ public:
     nlohmann::json controlPanel(const std::string& confid, const nlohmann::json& endpoints) const;
 
 private:
+    using Entries = std::map<std::string, EpStatus>;
+
+    // A new entry for `userid`, placed at `hint`.
+    Entries::iterator add(Entries::iterator hint, const std::string& userid);
     void unindex(const std::string& userid, const std::string& deviceId);
 
     mutable std::mutex mutex_;
-    std::map<std::string, EpStatus> entries_;
+    Entries entries_;
     // Device to the user ids tied to it, in user id order.
     std::unordered_map<std::string, std::set<std::string>> byDevice_;
     ConferenceFlags flags_;
+    bool engineUsersStale_ = true;
+    // Entries dropped since the engine's users were last applied.
+    std::unordered_set<std::string> dropped_;
 };
 
 }  // namespace ORVANE
