@@ -121,6 +121,18 @@ void EndpointCache::engineUsersChanged() {
     engineUsersStale_ = true;
 }
 
+void EndpointCache::engineUserJoined(const std::string& userid, bool audioMuted, bool videoMuted) {
+    edit([&](Editor& e) {
+        EpStatus& status = e.entry(userid);
+        status.adminMute = audioMuted;
+        status.videoMute = videoMuted;
+        status.isHost = false;
+        status.isCohost = false;
+    });
+    std::lock_guard<std::mutex> lock(mutex_);
+    dropped_.erase(userid);
+}
+
 bool EndpointCache::needsEngineUsers(const std::string& userid) const {
     std::lock_guard<std::mutex> lock(mutex_);
     return engineUsersStale_ || dropped_.count(userid) != 0;

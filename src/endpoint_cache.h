@@ -93,6 +93,10 @@ public:
     void applyEngineUsers(const AvUserMap& users);
     // The engine has reported a change in who is in the meeting.
     void engineUsersChanged();
+    // The engine announced `userid` with its own view of the user's audio
+    // and video: that entry is current without reading the whole list, and
+    // a newcomer has no role yet (roles come with their own events).
+    void engineUserJoined(const std::string& userid, bool audioMuted, bool videoMuted);
     // Whether the engine's list of users must be read again before the
     // entry of `userid` can be trusted: the engine has reported a change of
     // users since it was last read, or the cache dropped the entry since

@@ -71,7 +71,17 @@ void AvEventFilter::sendDeviceEvent(const char* event, const std::string& userid
 
 bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::string& cmd, std::string& data) {
     LOG_DEBUG("OrvaneSDKPrivate::avfilter_onUserJoin group={}, cmd={}, data={}", group, cmd, data);
-    core_.engineUsersChanged();
+    {
+        // The announcement carries the engine's view of the newcomer: the
+        // cache takes it from there, so a join costs the same in any meeting.
+        const json joined = CtrlSDKUtils::parseQuiet(data);
+        if (joined.is_object() && joined.contains("userid") && joined["userid"].is_string())
+            core_.endpoints().engineUserJoined(joined["userid"].get<std::string>(),
+                                               CtrlSDKUtils::safeBool(joined, "isAudioMuted"),
+                                               !CtrlSDKUtils::safeBool(joined, "isVideoOn", true));
+        else
+            core_.engineUsersChanged();
+    }
     if (untracked(core_.conf().confid)) {
         if (core_.customUiMode()) simulate_participant_join_toapp(group, cmd, data);
         return false;
