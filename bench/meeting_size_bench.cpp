@@ -98,8 +98,8 @@ void BM_JoinSingle(benchmark::State& state) {
 BENCHMARK(BM_JoinSingle)->RangeMultiplier(10)->Range(10, 10000);
 
 // One newcomer's join in a meeting of N, the engine having announced the
-// newcomer first: the cache must read the engine's users to know the
-// newcomer's status, and the engine offers only its whole list.
+// newcomer first: the announcement carries the engine's view of the
+// newcomer, so the engine's whole list need not be read.
 void BM_JoinAnnounced(benchmark::State& state) {
     Meeting m(static_cast<int>(state.range(0)));
     int next = m.size;

@@ -133,6 +133,11 @@ void EndpointCache::engineUserJoined(const std::string& userid, bool audioMuted,
     dropped_.erase(userid);
 }
 
+void EndpointCache::engineUserLeft(const std::string& userid) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    dropped_.insert(userid);
+}
+
 bool EndpointCache::needsEngineUsers(const std::string& userid) const {
     std::lock_guard<std::mutex> lock(mutex_);
     return engineUsersStale_ || dropped_.count(userid) != 0;

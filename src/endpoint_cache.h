@@ -97,6 +97,9 @@ public:
     // and video: that entry is current without reading the whole list, and
     // a newcomer has no role yet (roles come with their own events).
     void engineUserJoined(const std::string& userid, bool audioMuted, bool videoMuted);
+    // The engine reports that `userid` left: only that entry stops being
+    // vouched for; everybody else's stays current.
+    void engineUserLeft(const std::string& userid);
     // Whether the engine's list of users must be read again before the
     // entry of `userid` can be trusted: the engine has reported a change of
     // users since it was last read, or the cache dropped the entry since

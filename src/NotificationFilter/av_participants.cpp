@@ -134,7 +134,13 @@ bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::str
 }
 
 bool AvEventFilter::avfilter_onUserLeft(const std::string& group, const std::string& cmd, std::string& data) {
-    core_.engineUsersChanged();
+    {
+        const json left = CtrlSDKUtils::parseQuiet(data);
+        if (left.is_object() && left.contains("userid") && left["userid"].is_string())
+            core_.endpoints().engineUserLeft(left["userid"].get<std::string>());
+        else
+            core_.engineUsersChanged();
+    }
     if (untracked(core_.conf().confid)) {
         if (core_.customUiMode()) simulate_participant_leave_toapp(group, cmd, data);
         return false;
