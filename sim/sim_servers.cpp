@@ -187,6 +187,14 @@ void SimServers::failCommand(const std::string& type, const std::string& failure
         failures_[type] = failureType;
 }
 
+void SimServers::ignoreSignal(const std::string& command, bool ignore) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (ignore)
+        ignored_.insert(command);
+    else
+        ignored_.erase(command);
+}
+
 // --- What the servers start ------------------------------------------------
 // Each of these is sent with the servers' lock held, so that the order on the
 // wire is the order in which the servers' state changed.
@@ -422,6 +430,7 @@ void SimServers::onSignal(json signal) {
     const std::string callId = str(member(signal, "signalHeader"), "callId");
     const bool sameCall = !call_.is_null() && callId == str(member(call_, "signalHeader"), "callId");
     const std::string guid = str(member(signal, "signalBody"), "externalGuid");
+    if (ignored_.count(command)) return;
 
     if (command == "REGISTER" || command == "UNREGISTER") {
         signal["startLine"]["command"] = "OK";

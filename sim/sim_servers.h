@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,10 @@ public:
     void addConference(const Conference& conference);
     // REST commands of this type are answered with a failure of this type.
     void failCommand(const std::string& type, const std::string& failureType);
+    // The call server takes no notice of the library's signals of this kind
+    // ("REGISTER", "ACCEPTED", ...) while `ignore` holds: they are recorded
+    // and get no answer, as if lost on the way.
+    void ignoreSignal(const std::string& command, bool ignore = true);
 
     // What the portal knows of the current conference: the conference
     // manager's page that steers a meeting through the client running it
@@ -146,6 +151,7 @@ private:
     mutable std::mutex mutex_;
     std::map<std::string, Conference> conferences_;  // by dial number
     std::map<std::string, std::string> failures_;    // REST type -> failure type
+    std::set<std::string> ignored_;                  // signal commands left unanswered
     std::vector<json> received_;
     std::vector<Participant> participants_;
     PortalView portal_;

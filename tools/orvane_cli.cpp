@@ -31,6 +31,7 @@
 #include "loopback_transport.h"
 #include "sim_engine.h"
 #include "sim_servers.h"
+#include "trace_recorder.h"
 
 using json = nlohmann::json;
 using namespace std::chrono_literals;
@@ -402,6 +403,8 @@ struct Options {
     bool verbose = false;
     std::string logFile;
     std::string platform = "QV";
+    std::string traceFile;            // --trace: the session recorded for orvane-replay
+    std::vector<std::string> ignore;  // signals the call server ignores from the start
 };
 
 const char* const kHelp = R"(Commands of the application:
@@ -450,6 +453,7 @@ What the simulated servers do:
   logout                                      the server logs the device out (BE_LOGOUT)
   rename NAME                                 the device manager renames the device
   conference NUMBER [meeting=M] [passcode=P] [busy=CONFID]   add a conference the servers know
+  ignore SIGNAL [off]                         the call server leaves this signal unanswered (REGISTER, ACCEPTED, ...)
 Other:
   wait MS                                     let time pass
   help                                        this text
@@ -514,6 +518,7 @@ private:
     orvsim::LoopbackTransport transport_;
     orvsim::SimEngine engine_;
     orvsim::SimServers servers_;
+    orvtrace::Recorder recorder_;
     ORVANE::ConfSDK* sdk_ = nullptr;
     std::shared_ptr<LibraryLog> libraryLog_;
     int nextCommand_ = 1;
@@ -523,6 +528,7 @@ private:
 void Console::send(const std::string& type, const json& data) {
     const std::string text = data.is_null() ? std::string() : data.dump();
     timeline_.line("app", type + (text.empty() ? "" : " " + (options_.trace ? text : shorten(text, 90))));
+    recorder_.command(type, text);
     sdk_->sendCommand(type, text);
 }
 
@@ -678,6 +684,7 @@ bool Console::execute(const std::string& raw) {
         std::string data = line.substr(pos);
         data.erase(0, data.find_first_not_of(' '));
         timeline_.line("app", w[1] + (data.empty() ? "" : " " + data));
+        recorder_.command(w[1], data);
         sdk_->sendCommand(w[1], data);
     } else if (cmd == "state") {
         showState();
@@ -796,6 +803,10 @@ bool Console::execute(const std::string& raw) {
         }
         servers_.addConference(c);
         timeline_.line("sim", "the servers know conference " + w[1] + " (meeting " + c.externalDialNumber + ")");
+    } else if (cmd == "ignore" && w.size() >= 2) {
+        const bool on = arg(w, 2) != "off";
+        servers_.ignoreSignal(w[1], on);
+        timeline_.line("sim", "the call server " + std::string(on ? "ignores " : "answers ") + w[1] + " from now on");
     } else if (cmd == "wait" && w.size() >= 2) {
         pump(std::chrono::milliseconds(std::strtol(w[1].c_str(), nullptr, 10)));
     } else {
@@ -820,7 +831,12 @@ int Console::run() {
         if (options_.trace) timeline_.trace(toServer, text);
         timeline_.line(toServer ? "wire>" : "wire<", summarize(toServer, text));
     });
-    orvsim::SimEngine::install(&engine_);
+    if (!options_.traceFile.empty() && !recorder_.open(options_.traceFile)) {
+        timeline_.plain("cannot write " + options_.traceFile);
+        return 2;
+    }
+    ORVANE::AVSDK_Factory::setCreator(
+        [this](const std::string&, const std::string&) { return recorder_.engine(&engine_); });
 
     std::shared_ptr<spdlog::sinks::sink> file;
     if (!options_.logFile.empty())
@@ -829,14 +845,17 @@ int Console::run() {
     auto logger = std::make_shared<spdlog::logger>("orvane", libraryLog_);
     logger->set_level(spdlog::level::debug);
 
+    recorder_.created(options_.platform, "");
     sdk_ = ORVANE::OrvaneSDK_Factory::createInstance(options_.platform, "");
     sdk_->setOrvaneLogger(logger);
-    sdk_->setListener(&app_);
-    sdk_->setMediaServiceListener(&app_);
-    sdk_->setOrvaneTrans(&transport_);
+    sdk_->setListener(recorder_.app(&app_));
+    sdk_->setMediaServiceListener(recorder_.media(&app_));
+    sdk_->setOrvaneTrans(recorder_.transport(&transport_));
     timeline_.line("app", "initMediaService " + options_.platform);
+    recorder_.initMediaService(options_.platform, "");
     sdk_->initMediaService(options_.platform, "");
     settle();
+    for (const auto& signal : options_.ignore) servers_.ignoreSignal(signal);
     timeline_.line("sim", "the servers attach the device " + servers_.device().deviceId);
     servers_.attach();
     settle();
@@ -898,6 +917,7 @@ int Console::run() {
         }
     }
     settle();
+    recorder_.end();
     orvsim::SimEngine::install(nullptr);
     return status;
 }
@@ -910,8 +930,12 @@ int main(int argc, char** argv) {
         const std::string a = argv[i];
         if (a == "--script" && i + 1 < argc) {
             options.script = argv[++i];
-        } else if (a == "--trace") {
+        } else if (a == "--wire") {
             options.trace = true;
+        } else if (a == "--trace" && i + 1 < argc) {
+            options.traceFile = argv[++i];
+        } else if (a == "--ignore" && i + 1 < argc) {
+            options.ignore.push_back(argv[++i]);
         } else if (a == "--verbose") {
             options.verbose = true;
         } else if (a == "--log" && i + 1 < argc) {
@@ -920,9 +944,12 @@ int main(int argc, char** argv) {
             options.platform = argv[++i];
         } else {
             std::printf(
-                "usage: orvane-cli [--script FILE] [--trace] [--log FILE] [--verbose] [--platform QV|QC]\n"
+                "usage: orvane-cli [--script FILE] [--trace FILE] [--wire] [--log FILE] [--verbose] [--platform QV|QC]\n"
+                "                  [--ignore SIGNAL]...\n"
                 "  --script FILE  run the commands of FILE, then quit\n"
-                "  --trace        print every wire message as a JSON line\n"
+                "  --trace FILE   record the session for orvane-replay\n"
+                "  --wire         print every wire message as a JSON line\n"
+                "  --ignore SIG   the call server leaves SIG unanswered from the start (REGISTER, ...)\n"
                 "  --log FILE     write the library's log to FILE\n"
                 "  --verbose      let the library's own standard-output diagnostics through\n"
                 "  --platform     the media platform (QV: engine calls on the UI thread; QC: direct)\n"
