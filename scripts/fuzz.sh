@@ -25,7 +25,7 @@ fi
 scripts/setup.sh clang-14 libclang-rt-14-dev
 dir=build-fuzz
 cmake -S . -B "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DORVANE_BUILD_FUZZ=ON -DORVANE_BUILD_TESTS=OFF \
-  -DORVANE_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  -DORVANE_BUILD_BENCH=OFF -DORVANE_BUILD_STRESS=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$dir" -j2 --target "${targets[@]/#/orvane-fuzz-}"
 
 mkdir -p "$dir/artifacts" "$dir/logs"
