@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build and the tests need, when missing.
+# Installs the Debian packages the build and the tests need, when missing;
+# setup.sh PACKAGE... adds more.
 set -euo pipefail
 
 packages=(
@@ -9,6 +10,8 @@ packages=(
   # the lobby window (Xlib); its tests and screenshots under Xvfb and openbox
   libx11-dev
   xvfb xauth imagemagick openbox wmctrl
+  # and whatever the calling script needs besides
+  "$@"
 )
 
 missing=()
