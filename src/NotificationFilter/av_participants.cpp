@@ -18,6 +18,11 @@ namespace {
 // Clients of this library report their own joins.
 const char* const kOwnClient = "orvane";
 
+// The engine user id an announcement names; empty when it names none.
+std::string announcedUser(const json& j) {
+    return j.is_object() && j.contains("userid") && j["userid"].is_string() ? j["userid"].get<std::string>() : "";
+}
+
 // A conference that the conference manager does not track.
 bool untracked(const std::string& confid) { return confid.find("ext_qv") != std::string::npos; }
 
@@ -71,17 +76,14 @@ void AvEventFilter::sendDeviceEvent(const char* event, const std::string& userid
 
 bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::string& cmd, std::string& data) {
     LOG_DEBUG("OrvaneSDKPrivate::avfilter_onUserJoin group={}, cmd={}, data={}", group, cmd, data);
-    {
-        // The announcement carries the engine's view of the newcomer: the
-        // cache takes it from there, so a join costs the same in any meeting.
-        const json joined = CtrlSDKUtils::parseQuiet(data);
-        if (joined.is_object() && joined.contains("userid") && joined["userid"].is_string())
-            core_.endpoints().engineUserJoined(joined["userid"].get<std::string>(),
-                                               CtrlSDKUtils::safeBool(joined, "isAudioMuted"),
-                                               !CtrlSDKUtils::safeBool(joined, "isVideoOn", true));
-        else
-            core_.engineUsersChanged();
-    }
+    // The announcement carries the engine's view of the newcomer: the cache
+    // takes it from there, so a join costs the same in any meeting.
+    const json joined = CtrlSDKUtils::parseQuiet(data);
+    if (const std::string id = announcedUser(joined); !id.empty())
+        core_.endpoints().engineUserJoined(id, CtrlSDKUtils::safeBool(joined, "isAudioMuted"),
+                                           !CtrlSDKUtils::safeBool(joined, "isVideoOn", true));
+    else
+        core_.engineUsersChanged();
     if (untracked(core_.conf().confid)) {
         if (core_.customUiMode()) simulate_participant_join_toapp(group, cmd, data);
         return false;
@@ -134,13 +136,10 @@ bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::str
 }
 
 bool AvEventFilter::avfilter_onUserLeft(const std::string& group, const std::string& cmd, std::string& data) {
-    {
-        const json left = CtrlSDKUtils::parseQuiet(data);
-        if (left.is_object() && left.contains("userid") && left["userid"].is_string())
-            core_.endpoints().engineUserLeft(left["userid"].get<std::string>());
-        else
-            core_.engineUsersChanged();
-    }
+    if (const std::string id = announcedUser(CtrlSDKUtils::parseQuiet(data)); !id.empty())
+        core_.endpoints().engineUserLeft(id);
+    else
+        core_.engineUsersChanged();
     if (untracked(core_.conf().confid)) {
         if (core_.customUiMode()) simulate_participant_leave_toapp(group, cmd, data);
         return false;
