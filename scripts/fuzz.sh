@@ -6,7 +6,7 @@
 # Each target starts from its seeds in fuzz/corpus/TARGET and keeps what it
 # finds in build-fuzz/corpus/TARGET. A failing input is written to
 # build-fuzz/artifacts/ and fails the script; rerun it with
-#   build-fuzz/fuzz/orvane-fuzz-TARGET FILE
+#   ASAN_OPTIONS=malloc_context_size=30 build-fuzz/fuzz/orvane-fuzz-TARGET FILE
 # (ORVANE_FUZZ_LOG=1 shows the library's log while it runs).
 set -euo pipefail
 cd "$(dirname "$0")/.."
