@@ -86,37 +86,3 @@ TEST(CallLock, ListenerMayCallBackFromAnyThread) {
     ASSERT_EQ(server.wait_for(5s), std::future_status::ready);
     EXPECT_EQ(h.logs.count("----ConfState change to idle state---"), 2u);
 }
-
-TEST(CallLock, ConcurrentEntriesFromAllSidesStayConsistent) {
-    Harness h;
-    h.initMedia("QC");
-    deliverEvent(h.trans, "devicemgr_event", deviceRegister("QC"));
-    deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "any"));
-    ASSERT_EQ(h.state(), AVSTATE_IDLE);
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    threads.emplace_back([&] {
-        while (!stop) h.sdk->sendCommand(ORVANE::CONF::STARTCONF, R"({"conferenceDialNumber":"8001"})");
-    });
-    threads.emplace_back([&] {
-        while (!stop) h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
-    });
-    threads.emplace_back([&] {
-        while (!stop) h.engine.emit("MeetingServiceEvent", "onCallEnd", "{}");
-    });
-    threads.emplace_back([&] {
-        while (!stop) h.trans.deliver(R"({"msg":"changed"})");
-    });
-    // The time-outs fire on the worker while the others go on.
-    threads.emplace_back([&] {
-        while (!stop) {
-            h.advance(20s);
-            std::this_thread::sleep_for(1ms);
-        }
-    });
-    std::this_thread::sleep_for(300ms);
-    stop = true;
-    for (auto& t : threads) t.join();
-    h.sdk->sendCommand(ORVANE::CONF::LEAVECONF, "");
-    EXPECT_EQ(h.state(), AVSTATE_IDLE);
-}

@@ -23,8 +23,6 @@ struct World : PublicClient<orvsim::LoopbackTransport> {
     World() : servers(trans) {
         servers.addConference({"conf-8001", "8001", "99001", "Weekly", "", false, ""});
         servers.addConference({"conf-8002", "8002", "LOBBY-99002", "Town hall", "", false, ""});
-        servers.addConference({"conf-8003", "8003", "99003", "Board", "1234", false, ""});
-        servers.addConference({"conf-8004", "8004", "99004", "Room 4", "", true, "conf-busy"});
         start();
         servers.attach();
         EXPECT_TRUE(until("confsdknotify_callsignal_ok"));
@@ -129,35 +127,6 @@ TEST(WithSimServers, IncomingCallAnsweredAndCancelledWhileRinging) {
     EXPECT_EQ(error["startLine"]["statusCode"]["code"], 487);
     EXPECT_FALSE(w.inMeeting());
     EXPECT_FALSE(w.engine.inMeeting());
-}
-
-TEST(WithSimServers, AConflictIsAnsweredWithForce) {
-    FRESH_PROCESS();
-    World w;
-    w.call({{"conferenceDialNumber", "8004"}});
-    ASSERT_TRUE(w.until("confsdknotify_exception_in_meeting"));
-    const json report = json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[0].data);
-    EXPECT_EQ(report["type"], "CONFERENCE_ROOM_CONFLICT");
-    EXPECT_EQ(report["confid"], "conf-busy");
-    EXPECT_FALSE(w.inMeeting());
-
-    w.call({{"conferenceDialNumber", "8004"}, {"force", true}});
-    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
-    EXPECT_TRUE(w.inMeeting());
-    EXPECT_EQ(w.servers.signals("INVITE").back()["signalBody"]["force"], true);
-}
-
-TEST(WithSimServers, AMissingPasscodeIsAnsweredWithOne) {
-    FRESH_PROCESS();
-    World w;
-    w.call({{"conferenceDialNumber", "8003"}});
-    ASSERT_TRUE(w.until("confsdknotify_need_passcode"));
-    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[0].data)["type"],
-              "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE");
-    w.call({{"conferenceDialNumber", "8003"}, {"passcode", "1234"}});
-    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
-    EXPECT_TRUE(w.inMeeting());
-    EXPECT_EQ(w.servers.signals("INVITE").back()["signalBody"]["joinPassword"], "1234");
 }
 
 TEST(WithSimServers, TheLobbyAndAMoveOutOfIt) {
