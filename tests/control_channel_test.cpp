@@ -126,22 +126,6 @@ TEST_F(Channel, AnAtInTheIdCutsOnlyTheReportedType) {
               R"({"reqdata":"{\"k\":1}","result":{"data":null,"id":"confinfo@42","msg":"result"}})");
 }
 
-TEST_F(Channel, LoginInfoAndServerEvents) {
-    receive(R"({"msg":"internal_info","token":"t","fileserver":"wss://files.example:443"})");
-    receive(R"({"msg":"internal_info"})");
-    receive(R"({"msg":"changed","collection":"stream-quelmar-notify-device",)"
-            R"("fields":{"eventName":"0/callmaster_event","args":[{"startLine":{"command":"OK"}}]}})");
-    receive(R"({"msg":"changed","collection":"stream-quelmar-notify-user","fields":{"eventName":"e","args":null}})");
-    ASSERT_EQ(listener.got.size(), 4u);
-    EXPECT_EQ(listener.got[0].type, "login_info");
-    EXPECT_EQ(listener.got[0].json, R"({"fileserver":"wss://files.example:443","msg":"internal_info","token":"t"})");
-    EXPECT_EQ(listener.got[1].json, R"({"msg":"internal_info"})");
-    EXPECT_EQ(listener.got[2].kind, "notify");
-    EXPECT_EQ(listener.got[2].type, "0/callmaster_event");
-    EXPECT_EQ(listener.got[2].json, R"([{"startLine":{"command":"OK"}}])");
-    EXPECT_EQ(listener.got[3].json, "null");
-}
-
 TEST_F(Channel, MalformedMessagesLeaveTheChannelWorking) {
     channel.sendCommand(ORVANE::CONF::PING, R"({"conferenceid":"c","externaldeviceid":"d"})");
     const std::vector<std::string> bad = {

@@ -175,21 +175,18 @@ TEST_F(LobbyX11, CloseWithActionRunsItOnTheLobbyThreadWhichMayCallBack) {
     EXPECT_EQ(probe.find(), 0u);
 }
 
-TEST_F(LobbyX11, CloseBeforeTheWindowExistsIsCarriedOutOnceItIsUp) {
+// A close before the window is up is carried out once it is; one with no
+// lobby open is forgotten, or it would run the next lobby's action.
+TEST_F(LobbyX11, CloseBeforeTheWindowIsUpOrWithNoLobbyOpen) {
     std::atomic<int> runs{0};
     ORVANE::create_lobby_windows(counting(runs));
     ORVANE::close_lobby_window(false);
     ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(runs, 0);
     EXPECT_EQ(probe.find(), 0u);
-}
 
-TEST_F(LobbyX11, CloseWithNoLobbyOpenIsForgottenAndWithoutActionCloses) {
-    std::atomic<int> runs{0};
     ORVANE::close_lobby_window(true);
     ORVANE::create_lobby_windows(counting(runs));
     ASSERT_NE(probe.waitViewable(), 0u);
-    // Had the close before the lobby been kept, it would have run the action.
     ORVANE::close_lobby_window(false);
     ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
     EXPECT_EQ(runs, 0);
