@@ -322,7 +322,7 @@ private:
             ORVANE::close_lobby_window(true);
             if (!ORVANE::lobby_wait_closed(std::chrono::seconds(5))) fail("the lobby did not close");
         } else if (verb == "reinit") {
-            sdk.reinit();
+            if (sdk.reinit() != 0) fail("reinit did not answer 0");
         } else {
             fail("unknown line");
         }
