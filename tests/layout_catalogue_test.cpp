@@ -276,7 +276,8 @@ TEST(LayoutCatalogue, LoaderReadsAGridsOwnCellsOnly) {
     EXPECT_EQ(width, -1);
     catalogue.getLayoutSize({}, 20, 2, &width, &height);
     EXPECT_EQ(width, 1);
-    // Loading again starts empty: the compiled-in layouts are gone.
+    // Each load starts empty: this one left no compiled-in layout, and loading
+    // the compiled-in catalogue again drops this one.
     EXPECT_EQ(catalogue.getCellRect(c, 10, 1, 0), Rect{});
     catalogue.loadCatalogue();
     EXPECT_EQ(catalogue.getCellRect(c, 20, 2, 1), (Rect{50, 0, 100, 100}));
