@@ -6,6 +6,7 @@
 #include "avsdk_serialization.h"
 #include "call_lock.h"
 #include "ctrlsdk_utils.h"
+#include "layout/layout_catalogue.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
 #include "vocabulary_internal.h"
@@ -23,15 +24,11 @@ bool isLogicCommand(const std::string& type) {
            type == CONF::MAKECOHOST;
 }
 
-// A geometry operation whose catalogue this build does not have yet.
-void layoutNotImplemented(const char* operation) {
-    LOG_WARN("ConfControlService::{}: the layout catalogue is not implemented yet; the answer is empty", operation);
-}
-
 }  // namespace
 
 OrvaneSDKPrivate::OrvaneSDKPrivate(const std::string& platformName, const std::string& /*createParam*/, SdkEnv env)
     : clock_(clockOf(env)),
+      layoutConfig_(std::make_unique<LayoutCatalogue>()),
       timerTasks_(clock_),
       signals_(conf_, identity_, control_, [this] { resetConference(); }),
       machine_(*this, timerTasks_),
@@ -434,33 +431,35 @@ ConfSDK::ConfUiControlService* OrvaneSDKPrivate::getConfUiControlService() {
     return av && av->getUiControlService() ? this : nullptr;
 }
 
-void OrvaneSDKPrivate::getLayoutSize(Rect, int, int, int*, int*) { layoutNotImplemented("getLayoutSize"); }
-
-Rect OrvaneSDKPrivate::fitRect(Rect, int, int) {
-    layoutNotImplemented("fitRect");
-    return {};
+// The geometry and the orders need nothing of the call: no call lock.
+void OrvaneSDKPrivate::getLayoutSize(Rect container, int layoutId, int sumCount, int* width, int* height) {
+    layoutConfig_->getLayoutSize(container, layoutId, sumCount, width, height);
 }
 
-Rect OrvaneSDKPrivate::getCellRect(Rect, int, int, int) {
-    layoutNotImplemented("getCellRect");
-    return {};
+Rect OrvaneSDKPrivate::fitRect(Rect container, int width, int height) {
+    return layoutConfig_->fitRect(container, width, height);
 }
 
-Rect OrvaneSDKPrivate::computeCellRect(Rect, int, int, int, int, int, int, int, int, int, int) {
-    layoutNotImplemented("computeCellRect");
-    return {};
+Rect OrvaneSDKPrivate::getCellRect(Rect container, int layoutId, int sumCount, int index) {
+    return layoutConfig_->getCellRect(container, layoutId, sumCount, index);
 }
 
-void OrvaneSDKPrivate::setLayoutOrder(std::string, std::vector<std::string>) { layoutNotImplemented("setLayoutOrder"); }
-
-std::vector<std::string> OrvaneSDKPrivate::getLayoutOrder(std::string) {
-    layoutNotImplemented("getLayoutOrder");
-    return {};
+Rect OrvaneSDKPrivate::computeCellRect(Rect container, int spacing, int margin, int gridRow, int gridColumn, int width,
+                                       int height, int rowStart, int rowEnd, int colStart, int colEnd) {
+    return layoutConfig_->computeCellRect(container, spacing, margin, gridRow, gridColumn, width, height, rowStart,
+                                         rowEnd, colStart, colEnd);
 }
 
-std::vector<std::string> OrvaneSDKPrivate::mergeLayoutOrder(std::string, std::vector<std::string>) {
-    layoutNotImplemented("mergeLayoutOrder");
-    return {};
+void OrvaneSDKPrivate::setLayoutOrder(std::string key, std::vector<std::string> list) {
+    layoutConfig_->setLayoutOrder(std::move(key), std::move(list));
+}
+
+std::vector<std::string> OrvaneSDKPrivate::getLayoutOrder(std::string key) {
+    return layoutConfig_->getLayoutOrder(std::move(key));
+}
+
+std::vector<std::string> OrvaneSDKPrivate::mergeLayoutOrder(std::string key, std::vector<std::string> list) {
+    return layoutConfig_->mergeLayoutOrder(std::move(key), std::move(list));
 }
 
 namespace {

@@ -33,6 +33,7 @@ class OrvaneLogic_QV;
 namespace ORVANE {
 
 class AVSDKWrapper_QV;
+class LayoutCatalogue;
 
 // What a central object is built on. The exported factory uses the defaults;
 // a test builds its own object with a manual clock and services of its own.
@@ -51,13 +52,14 @@ struct SdkEnv {
 // commands, the servers' replies and events and the engine's notifications,
 // and owns the parts that keep the call: the device identity, the
 // conference record, the endpoint cache, the call machine with its
-// time-outs, the call-signal sender and the engine-event filter.
+// time-outs, the call-signal sender and the engine-event filter; besides the
+// call, the layout catalogue.
 //
 // Locking: the call lock (callMutex, taken through CallLock by every entry
 // from outside) guards the call machine, the conference record, the
 // identity and the media engine pointers. The endpoint cache, the
-// application channel, the control channel and the timer queue guard
-// themselves. Listener calls made under the call lock are delivered after it
+// application channel, the control channel, the timer queue and the layout
+// catalogue guard themselves. Listener calls made under the call lock are delivered after it
 // is released.
 class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
                          public ORVANE::AVSDK::Listener,
@@ -204,6 +206,7 @@ private:
     ORVANE::DeviceIdentity identity_;
     ORVANE::OrvaneConference conf_;
     ORVANE::EndpointCache endpoints_;
+    std::unique_ptr<ORVANE::LayoutCatalogue> layoutConfig_;
     ORVANE::PortalReporter reporter_{control_};
     ORVANE::TimerTaskQueue timerTasks_;
     ORVANE::CallSignalSender signals_;

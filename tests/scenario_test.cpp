@@ -16,6 +16,8 @@
 //   engine CMD [DATA]         an engine notification
 //   wait SECONDS              the clock moves on; due time-outs run
 //   lobby-close | reinit      the user closes the lobby window | ConfSDK::reinit
+//   layout ITEMS A B          ConfControlService::setLayout; ITEMS is a JSON array
+//                             of {"id","deviceId","displayName","type","rc":[l,t,r,b],"isShow"}
 //
 //   > signal CMD [PATTERN]    a call signal went out, its payload matching
 //   > request ID [PATTERN]    a REST request went out, params[0] matching
@@ -288,6 +290,11 @@ private:
         } else if (verb == "init") {
             const std::string platform = trim(rest);
             sdk.initMediaService(platform.empty() ? platform_ : platform, "init-para");
+        } else if (verb == "layout") {
+            const json items = json::parse(nextToken(rest));
+            const int a = std::stoi(nextToken(rest));
+            const int b = std::stoi(nextToken(rest));
+            sdk.setLayout(layoutItems(items), a, b);
         } else if (verb == "event") {
             std::string name = nextToken(rest);
             if (name.find('/') == std::string::npos) name = "0/" + name;
@@ -326,6 +333,22 @@ private:
         } else {
             fail("unknown line");
         }
+    }
+
+    static std::vector<ORVANE::LayoutItem> layoutItems(const json& items) {
+        std::vector<ORVANE::LayoutItem> out;
+        for (const json& i : items) {
+            ORVANE::LayoutItem item;
+            item.id = i.value("id", 0);
+            item.deviceId = i.value("deviceId", "");
+            item.displayName = i.value("displayName", "");
+            item.type = i.value("type", 0);
+            const json rc = i.value("rc", json::array({0, 0, 0, 0}));
+            item.rc = {rc.at(0), rc.at(1), rc.at(2), rc.at(3)};
+            item.isShow = i.value("isShow", false);
+            out.push_back(item);
+        }
+        return out;
     }
 
     void runUiTasks() {

@@ -28,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "layout_view.h"
 #include "loopback_transport.h"
 #include "sim_engine.h"
 #include "sim_servers.h"
@@ -425,6 +426,8 @@ const char* const kHelp = R"(Commands of the application:
                                               who is in the meeting (user id: the engine's)
   raw TYPE [JSON]                             any command with its data
   state                                       the call, the device, the servers' and the portal's view
+  layout ID COUNT                             where the layout catalogue puts COUNT participants of
+                                              layout ID in a 1920x1080 window: a table and a drawing
   The application carries out what the portal asks of it (a host request to mute, lock,
   hand over roles) with the commands above, on its UI thread.
 What happens in the meeting (the simulated engine reports it):
@@ -496,6 +499,7 @@ private:
     }
     void showState();
     void showParticipants();
+    void showLayout(int id, int count);
     // The device of a participant by name, as the servers or the engine
     // know them (each joiner gets the device "dev-NAME"); anything else is
     // taken as a device id.
@@ -629,6 +633,30 @@ void Console::showParticipants() {
     }
 }
 
+// Where the catalogue puts the participants of a layout, as an application
+// that draws its own meeting window asks it: the layout's proportions fitted
+// into the window, then each participant's cell.
+void Console::showLayout(int id, int count) {
+    ORVANE::ConfSDK::ConfControlService& layouts = sdk_->getConfControlService();
+    int width = 0, height = 0;
+    layouts.getLayoutSize({}, id, count, &width, &height);
+    if (width == 0 || height == 0) {
+        timeline_.plain("  layout " + std::to_string(id) + " is not in the catalogue");
+        return;
+    }
+    const ORVANE::Rect area = layouts.fitRect({0, 0, 1920, 1080}, width, height);
+    const orvlayout::Placement placement = orvlayout::placeParticipants(layouts, area, id, count);
+    timeline_.plain("  layout " + std::to_string(id) + ", " + std::to_string(count) + " participants: proportions " +
+                    std::to_string(width) + ":" + std::to_string(height) + ", in 1920x1080 at [" +
+                    std::to_string(area.left) + "," + std::to_string(area.top) + "," + std::to_string(area.right) +
+                    "," + std::to_string(area.bottom) + "]");
+    for (const std::string& line : orvlayout::cellTable(placement)) timeline_.plain("  " + line);
+    if (placement.unplaced > 0)
+        timeline_.plain("  without a place: " + std::to_string(placement.unplaced) + " of the " +
+                        std::to_string(count));
+    for (const std::string& line : orvlayout::cellDrawing(placement, area, 64, 24)) timeline_.plain("  " + line);
+}
+
 bool Console::execute(const std::string& raw) {
     std::string line = raw;
     const auto hash = line.find('#');
@@ -690,6 +718,8 @@ bool Console::execute(const std::string& raw) {
         showState();
     } else if (cmd == "participants") {
         showParticipants();
+    } else if (cmd == "layout" && w.size() >= 3) {
+        showLayout(std::atoi(w[1].c_str()), std::atoi(w[2].c_str()));
     } else if (cmd == "incoming" && w.size() >= 2) {
         timeline_.line("sim", "the server calls from " + w[1]);
         servers_.incomingCall(w[1]);

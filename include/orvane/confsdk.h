@@ -40,18 +40,47 @@ public:
     public:
         // True while a conference is under way.
         virtual bool isRunning() = 0;
-        // Hands the application's video layout to the media engine.
+        // Hands the application's video layout to the media engine, in one
+        // call for the whole list. On "QV" each item's device becomes the
+        // engine's user id (empty for a device not in the meeting; "-2" for
+        // type 1) and device and name are left out; on "QC" device and name
+        // pass as given and the user id is the low byte of `id` as one
+        // character; on other platforms only type, rectangle and visibility
+        // pass. `a` and `b` go to the engine unread. Returns 0: the engine's
+        // answer is not read. Any thread; call it after initMediaService.
         virtual int setLayout(const std::vector<LayoutItem>& items, int a, int b) = 0;
         virtual ConfInterpretationService* getConfInterpretationService() = 0;
         virtual ConfUiControlService* getConfUiControlService() = 0;
-        // Geometry of the layout catalogue.
+        // The layout catalogue, for an application that draws its own
+        // meeting window. Layouts are named by id (10 to 17 speaker, 20 to 28
+        // gallery, 30 to 32 shared; docs/layouts.md draws them all); each is
+        // a grid whose cells can change with the number of participants,
+        // `sumCount`. A count without a grid of its own uses the layout's
+        // default grid. Nothing fails loudly: an unknown layout or a
+        // participant without a cell gives four zeros, or leaves the
+        // out-arguments as they were. Any thread, no lock of the call; nothing
+        // throws.
+        //
+        // The proportions (width to height) of the layout's grid for
+        // `sumCount`; `container` is not looked at. Null pointers are not
+        // written.
         virtual void getLayoutSize(Rect container, int layoutId, int sumCount, int* width, int* height) = 0;
+        // The largest rectangle of `width` to `height` centred in `container`;
+        // `container` itself when either is 0.
         virtual Rect fitRect(Rect container, int width, int height) = 0;
+        // Where participant `index` (from 0) of `sumCount` goes in `container`.
         virtual Rect getCellRect(Rect container, int layoutId, int sumCount, int index) = 0;
+        // The same for a grid given by its numbers; `width` and `height` are
+        // not looked at. Four zeros when a cell does not fit in `container`.
         virtual Rect computeCellRect(Rect container, int spacing, int margin, int gridRow, int gridColumn, int width,
                                      int height, int rowStart, int rowEnd, int colStart, int colEnd) = 0;
+        // The application's orders of participants (user ids, say) under keys
+        // that mean nothing to the library. Stores `list` under `key`.
         virtual void setLayoutOrder(std::string key, std::vector<std::string> list) = 0;
+        // A copy of the list under `key`, or an empty list.
         virtual std::vector<std::string> getLayoutOrder(std::string key) = 0;
+        // `list` in the order stored under `key`: those already there keep
+        // their order, newcomers follow. Stores nothing.
         virtual std::vector<std::string> mergeLayoutOrder(std::string key, std::vector<std::string> list) = 0;
 
     protected:
