@@ -43,6 +43,7 @@
 
 #include "harness.h"
 #include "server_events.h"
+#include "trace_format.h"
 #include "lobby/lobby_window.h"
 #include "orvane/vocabulary.h"
 
@@ -66,31 +67,8 @@ std::string nextToken(std::string& rest) {
         rest.clear();
         return {};
     }
-    size_t end = i;
-    if (rest[i] == '{' || rest[i] == '[' || rest[i] == '"') {
-        int depth = 0;
-        bool inString = false;
-        for (; end < rest.size(); ++end) {
-            const char c = rest[end];
-            if (inString) {
-                if (c == '\\') ++end;
-                else if (c == '"') inString = false;
-            } else if (c == '"') {
-                inString = true;
-            } else if (c == '{' || c == '[') {
-                ++depth;
-            } else if (c == '}' || c == ']') {
-                --depth;
-            }
-            if (!inString && depth == 0) {
-                ++end;
-                break;
-            }
-        }
-    } else {
-        end = rest.find(' ', i);
-        if (end == std::string::npos) end = rest.size();
-    }
+    size_t end = orvtrace::jsonEnd(rest, i);
+    if (end == std::string::npos) end = rest.size();
     std::string token = rest.substr(i, end - i);
     rest.erase(0, end);
     return token;

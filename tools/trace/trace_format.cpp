@@ -44,7 +44,8 @@ bool readTime(const std::string& text, int64_t& millis) {
     return true;
 }
 
-// Where the JSON value that starts at `from` ends, or npos.
+}  // namespace
+
 size_t jsonEnd(const std::string& text, size_t from) {
     if (from >= text.size()) return std::string::npos;
     const char first = text[from];
@@ -70,8 +71,6 @@ size_t jsonEnd(const std::string& text, size_t from) {
     }
     return std::string::npos;
 }
-
-}  // namespace
 
 std::string formatRecord(int64_t millis, Side side, Dir dir, const std::string& payload) {
     return timeText(millis) + " " + sideName(side) + " " + dirMark(dir) + (payload.empty() ? "" : " " + payload);

@@ -46,6 +46,10 @@ std::vector<Record> readRecords(const std::string& file, std::string& error);
 std::string encodeText(const std::string& text);
 std::string decodeText(const std::string& field);
 
+// Where the JSON value (or the bare word) that starts at `from` ends, or npos
+// when it does not end.
+size_t jsonEnd(const std::string& text, size_t from);
+
 // The first word of `text` and what follows the space after it.
 std::pair<std::string, std::string> splitWord(const std::string& text);
 
