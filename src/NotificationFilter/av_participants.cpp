@@ -114,14 +114,20 @@ bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::str
         params["qvUser"] = true;
         sendDeviceEvent("JOIN", userid, std::move(params));
     } else {
+        H323Callout& h323 = core_.h323();
+        const H323Device& current = h323.current();
         LOG_DEBUG("OrvaneSDKPrivate::avfilter_onUserJoin current deviceinfo cmdId={}, deviceName={}, deviceIp={}, "
                   "deviceType={}",
-                  "", "", "", "");
+                  current.cmdId, current.deviceName, current.deviceIp, current.deviceType);
         if (userid == last_h323_userid_) return false;
         last_h323_userid_ = userid;
-        // No call-out of this client waits for it: a room system that came
-        // by itself.
-        sendDeviceEvent("JOIN", userid, std::move(params));
+        if (current.cmdId.empty()) {
+            // No call-out of this client waits for it: a room system that
+            // came by itself.
+            sendDeviceEvent("JOIN", userid, std::move(params));
+        } else {
+            h323.onDeviceJoined(userid);
+        }
     }
     return false;
 }
