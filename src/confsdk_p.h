@@ -57,9 +57,9 @@ struct SdkEnv {
 //
 // Locking: the call lock (callMutex, taken through CallLock by every entry
 // from outside) guards the call machine, the conference record, the
-// identity, the call-out queue and the media engine pointers. The endpoint cache, the
-// application channel, the control channel and the timer queue guard
-// themselves. Listener calls made under the call lock are delivered after it
+// identity, the call-out queue and the media engine pointers. The endpoint
+// cache, the application channel, the control channel and the timer queue
+// guard themselves. Listener calls made under the call lock are delivered after it
 // is released.
 class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
                          public ORVANE::AVSDK::Listener,
