@@ -463,6 +463,75 @@ int SimEngine::getUserList(ORVANE::AvUserMap& out) {
     return 0;
 }
 
+int SimEngine::changeUserName(const std::string& userid, const std::string& newName, bool) {
+    trace("changeUserName", userid + " to " + newName);
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = users_.find(userid);
+    if (it == users_.end()) return -1;
+    it->second.name = newName;
+    return 0;
+}
+
+void SimEngine::setCalloutAnswer(CalloutAnswer answer) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    calloutAnswer_ = answer;
+    calloutAnswers_.clear();
+}
+
+void SimEngine::setCalloutAnswer(const std::string& deviceName, CalloutAnswer answer) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    calloutAnswers_[deviceName] = answer;
+}
+
+int SimEngine::callH323device(const std::string& deviceName, const std::string& deviceIp, const std::string&,
+                              const std::string&) {
+    trace("callH323device", deviceName + " at " + deviceIp);
+    CalloutAnswer answer;
+    std::string userid;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = calloutAnswers_.find(deviceName);
+        answer = it != calloutAnswers_.end() ? it->second : calloutAnswer_;
+        // Without a meeting there is nothing to bring the device into.
+        if (answer == CalloutAnswer::Success && !inMeeting_) answer = CalloutAnswer::Failure;
+        if (answer == CalloutAnswer::Success) {
+            userid = std::to_string(nextOtherId_++);
+            ORVANE::AvUserInfo device;
+            device.name = deviceName;
+            users_[userid] = device;
+        }
+    }
+    auto status = [](const char* s) { return json{{"status", s}}.dump(); };
+    const char* const group = "MeetingServiceEvent";
+    if (answer == CalloutAnswer::Failure) {
+        notifySoon(group, "onH323CalloutStatusNotifyConfSdk", status(kCalloutFailed));
+    } else if (answer == CalloutAnswer::Success) {
+        // It rings, picks up, and joins a moment later, as a room system does.
+        notifyLater(group, "onH323CalloutStatusNotifyConfSdk", status("H323Callout_Ring"), options_.delay);
+        notifyLater(group, "onH323CalloutStatusNotifyConfSdk", status("H323Callout_Success"), options_.delay * 2);
+        notifyLater(group, "onUserJoin",
+                    json{{"userid", userid},
+                         {"username", deviceName},
+                         {"participantID", "h323"},
+                         {"isH323User", true},
+                         {"isAudioMuted", false},
+                         {"isVideoOn", true}}
+                        .dump(),
+                    options_.delay * 3);
+    }
+    return 0;
+}
+
+int SimEngine::cancelCallH323device() {
+    trace("cancelCallH323device");
+    return 0;
+}
+
+int SimEngine::hangupH323device(const std::string& userId, const std::string&) {
+    trace("hangupH323device", userId);
+    return userLeaves(userId) ? 0 : -1;
+}
+
 void SimEngine::setHost(bool host) {
     std::lock_guard<std::mutex> lock(mutex_);
     host_ = host;

@@ -71,11 +71,30 @@ public:
     int assignCohost(const std::string& userid) override;
     int revokeCohost(const std::string& userid) override;
     int getUserList(ORVANE::AvUserMap& out) override;
+    int changeUserName(const std::string& userid, const std::string& newName, bool bSaveUserName) override;
+    // Room systems over H.323, answered as setCalloutAnswer says.
+    int callH323device(const std::string& deviceName, const std::string& deviceIp, const std::string& deviceType,
+                       const std::string& cmdId) override;
+    int cancelCallH323device() override;
+    // The device leaves the meeting; a user id nobody has changes nothing.
+    int hangupH323device(const std::string& userId, const std::string& cmdId) override;
 
     // What an engine answers when the local user's role forbids the call.
     static constexpr int kNotAllowed = 3;
 
+    // How the engine answers a call-out to a room system.
+    enum class CalloutAnswer {
+        Success,  // it rings, connects, and the device joins the meeting
+        Failure,  // a failure status (kCalloutFailed); also outside a meeting
+        Silence,  // nothing at all: only the library's limit ends the call
+    };
+    static constexpr const char* kCalloutFailed = "H323Callout_Failed";
+
     // The simulator's own controls.
+    // How call-outs are answered from now on: all of them, or those to the
+    // device of this name.
+    void setCalloutAnswer(CalloutAnswer answer);
+    void setCalloutAnswer(const std::string& deviceName, CalloutAnswer answer);
     // Whether the local user is host, now and in every meeting it joins.
     void setHost(bool host);
     // Applies to the next join only; later joins succeed plainly again.
@@ -158,6 +177,8 @@ protected:
     bool selfUnmuteAllowed_ = true;
     uint64_t nextUserId_ = 16778240;
     uint64_t nextOtherId_ = 16779001;  // the others' ids, apart from the local user's
+    CalloutAnswer calloutAnswer_ = CalloutAnswer::Success;
+    std::map<std::string, CalloutAnswer> calloutAnswers_;  // by device name
 
 private:
     struct Pending {

@@ -374,16 +374,20 @@ SimServers::PortalView SimServers::portal() const {
     return portal_;
 }
 
-std::vector<SimServers::json> SimServers::controlResponses() const {
+std::vector<SimServers::json> SimServers::payloadsOf(const std::string& type) const {
     std::lock_guard<std::mutex> lock(mutex_);
     std::vector<json> out;
     for (const auto& m : received_) {
         const json& params = member(m, "params");
-        if (params.is_array() && !params.empty() && str(params[0], "type") == "MQ_CONFMGR")
+        if (params.is_array() && !params.empty() && str(params[0], "type") == type)
             out.push_back(member(params[0], "payload"));
     }
     return out;
 }
+
+std::vector<SimServers::json> SimServers::controlResponses() const { return payloadsOf("MQ_CONFMGR"); }
+
+std::vector<SimServers::json> SimServers::calloutAnswers() const { return payloadsOf("MQ_CALLMASTER_CMD_RESP"); }
 
 std::vector<SimServers::json> SimServers::panelReports() const {
     std::lock_guard<std::mutex> lock(mutex_);

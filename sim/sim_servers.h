@@ -116,11 +116,16 @@ public:
     // The client's answers to control commands: the "payload" of each
     // "MQ_CONFMGR" message, in order.
     std::vector<json> controlResponses() const;
+    // The client's answers to H.323 call-out orders: the "payload" of each
+    // "MQ_CALLMASTER_CMD_RESP" message, in order.
+    std::vector<json> calloutAnswers() const;
     // The control panels the client reported ("confControlSyncControlpanel"),
     // parsed, in order.
     std::vector<json> panelReports() const;
 
 private:
+    // The payloads of the messages of one element type, in order.
+    std::vector<json> payloadsOf(const std::string& type) const;
     void onMessage(const std::string& text);
     void onSignal(json signal);
     void onRest(const std::string& id, const json& params);

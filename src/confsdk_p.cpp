@@ -32,6 +32,7 @@ OrvaneSDKPrivate::OrvaneSDKPrivate(const std::string& platformName, const std::s
       timerTasks_(clock_),
       signals_(conf_, identity_, control_, [this] { resetConference(); }),
       machine_(*this, timerTasks_),
+      h323_(callMutex_, timerTasks_, control_, [this] { return av_; }),
       filter_(*this),
       avPlatformName_(platformName) {
     conf_.reset();
@@ -195,6 +196,8 @@ int OrvaneSDKPrivate::reinit() {
     CallLock lock(callMutex_);
     if (engine) engine->deinit();
     timerTasks_.clear();
+    // The call-outs belong to the login that ends here.
+    h323_.forgetOrders();
     reporter_.clear();
     resetConference();
     return 0;

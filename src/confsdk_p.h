@@ -14,6 +14,7 @@
 
 #include "CallSignal/call_signals.h"
 #include "CallSignal/conf_state.h"
+#include "CallSignal/h323_callout.h"
 #include "NotificationFilter/av_event_filter.h"
 #include "PortalReporter/portalreporter.h"
 #include "app_channel.h"
@@ -52,15 +53,15 @@ struct SdkEnv {
 // commands, the servers' replies and events and the engine's notifications,
 // and owns the parts that keep the call: the device identity, the
 // conference record, the endpoint cache, the call machine with its
-// time-outs, the call-signal sender and the engine-event filter; besides the
-// call, the layout catalogue.
+// time-outs, the call-signal sender, the H.323 call-out queue and the
+// engine-event filter; besides the call, the layout catalogue.
 //
 // Locking: the call lock (callMutex, taken through CallLock by every entry
 // from outside) guards the call machine, the conference record, the
-// identity and the media engine pointers. The endpoint cache, the
-// application channel, the control channel, the timer queue and the layout
-// catalogue guard themselves. Listener calls made under the call lock are delivered after it
-// is released.
+// identity, the call-out queue and the media engine pointers. The endpoint
+// cache, the application channel, the control channel, the timer queue and
+// the layout catalogue guard themselves. Listener calls made under the call
+// lock are delivered after it is released.
 class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
                          public ORVANE::AVSDK::Listener,
                          public ORVANE::ConfSDK::ConfControlService,
@@ -129,6 +130,7 @@ public:
     ORVANE::ControlSDK& control() { return control_; }
     ORVANE::CallSignalSender& signals() { return signals_; }
     ConfStateMachine& machine() { return machine_; }
+    ORVANE::H323Callout& h323() { return h323_; }
     // The media engine as everybody uses it (for "QV" the wrapper); null
     // before initMediaService.
     ORVANE::AVSDK* media() const { return av_; }
@@ -211,6 +213,7 @@ private:
     ORVANE::TimerTaskQueue timerTasks_;
     ORVANE::CallSignalSender signals_;
     ConfStateMachine machine_;
+    ORVANE::H323Callout h323_;
     ORVANE::AvEventFilter filter_;
 
     ORVANE::AVSDK* av_ = nullptr;

@@ -182,9 +182,8 @@ void OrvaneSDKPrivate::onCallmasterControl(json& args) {
         const std::string deviceName = device.at("deviceName").get<std::string>();
         const std::string dialString = device.at("dialString").get<std::string>();
         device.at("e164Num").get<std::string>();
-        device.at("protocolType").get<std::string>();
-        LOG_WARN("callH323device: H.323 call-outs are not implemented yet; the order for {} ({}), cmdId={}, is dropped",
-                 deviceName, dialString, cmdId);
+        const std::string protocolType = device.at("protocolType").get<std::string>();
+        h323_.callH323device(deviceName, dialString, protocolType, cmdId);
     } else if (name == "ctrl_cmd_hang_up_h323") {
         const std::string cmdId = event.at("cmdId").get<std::string>();
         const std::string sdkUserId = event.at("sdkUserId").get<std::string>();

@@ -1,5 +1,7 @@
 #include "ctrlsdk_utils.h"
 
+#include <charconv>
+
 namespace CtrlSDKUtils {
 
 std::string safeString(const json& j, const char* key, const std::string& def) {
@@ -33,5 +35,20 @@ std::vector<std::string> split(const std::string& text, char sep) {
 std::string dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 json parseQuiet(const std::string& text) { return json::parse(text, nullptr, false); }
+
+std::optional<long long> userIdNumber(const std::string& userid) {
+    long long id = 0;
+    const char* end = userid.data() + userid.size();
+    const auto parsed = std::from_chars(userid.data(), end, id);
+    if (userid.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+    return id;
+}
+
+json methodMessage(const char* type, json payload) {
+    return {{"id", "id"},
+            {"method", "quelmar"},
+            {"msg", "method"},
+            {"params", json::array({{{"payload", std::move(payload)}, {"type", type}}})}};
+}
 
 }  // namespace CtrlSDKUtils

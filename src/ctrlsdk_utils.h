@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,5 +25,13 @@ std::string dump(const json& j);
 
 // Parses without exceptions; text that does not parse gives a discarded value.
 json parseQuiet(const std::string& text);
+
+// An engine user id as the number the servers take; none when the text is
+// not a whole decimal number that fits.
+std::optional<long long> userIdNumber(const std::string& userid);
+
+// A message the servers take as it stands: one element of `type` carrying
+// `payload`, in the method envelope.
+json methodMessage(const char* type, json payload);
 
 }  // namespace CtrlSDKUtils

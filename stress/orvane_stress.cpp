@@ -374,6 +374,9 @@ bool serverStep(World& w, Rng& rng, Progress& p) {
         }
         case 6:
             p.doing = "h323";
+            // The room system answers, fails, or says nothing until the
+            // library's limit; the clock thread lets that run out.
+            w.engine->setCalloutAnswer(static_cast<orvsim::SimEngine::CalloutAnswer>(rng.below(3)));
             w.onServers([&](orvsim::SimServers& s) {
                 if (rng.chance(50))
                     s.h323CallOut("Room X", "10.0.0.1", "h323", "cmd-h");

@@ -31,6 +31,10 @@ steps=(
   # The host leaves: the role comes back to this device, which tells the
   # conference manager.
   "sim      Bob leaves|notify   0/confmanager_event confmgr_endpoint_change confmgr_participant_leave Bob|wire>    device event LEAVE sdkUserId=16779001|notify   confsdknotify_endpoint_change dev-1001 isHost=true|wire>    PUT /api/quelmar/confmgr/2.0/conference/control/synccontrolpanel  confControlSyncControlpanel conf-8001: dev-1001 isHost=true;"
+  # Room systems over H.323: both ordered at once, called one at a time,
+  # each answered under its command id; a hang-up goes to the engine.
+  "sim      the server orders a call-out to Atrium at 10.0.0.21|wire<    ctrl_cmd_call_out_h323 Atrium at 10.0.0.21 (h323-cmd-1)|wire<    ctrl_cmd_call_out_h323 Boardroom at 10.0.0.22 (h323-cmd-2)|engine   callH323device Atrium at 10.0.0.21|engine   changeUserName 16779003 to Atrium|wire>    call-out answer to h323-cmd-1: OK 16779003|engine   callH323device Boardroom at 10.0.0.22|wire>    call-out answer to h323-cmd-2: FAILED \"H323Callout_Failed\""
+  "sim      the server orders Atrium hung up|wire<    ctrl_cmd_hang_up_h323 {\"sdkUserId\":\"16779003\"} (h323-cmd-3)|engine   hangupH323device 16779003|wire>    device event LEAVE sdkUserId=16779003"
   "app      leaveconf|state    AVSTATE_IDLE|wire>    BYE|engine   leave|media    onCallEnd"
   "sim      the server calls from 8003|wire<    INVITE meeting 99003|state    AVSTATE_PASSIVE_WAITING_UI_CONFIRM|notify   0/confmanager_event confsdknotify_recv_invite \"Board\" 8003"
   "app      startconf {|engine   join 99003|wire>    ACCEPTED externalGuid=|wire<    ACK|state    AVSTATE_IN_MEETING"

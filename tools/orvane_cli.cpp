@@ -130,6 +130,11 @@ std::string summarize(bool toServer, const std::string& text) {
                 line += ", control panel " + describePanel(a["retData"]);
             return line;
         }
+        if (p.value("type", "") == "MQ_CALLMASTER_CMD_RESP" && p.contains("payload")) {
+            const json& a = p["payload"];
+            return "call-out answer to " + a.value("cmdId", "?") + ": " + a.value("retCode", "?") + " " +
+                   a.value("retData", json()).dump();
+        }
         if (p.value("type", "") == "MQ_CALLMASTER_DEVICE_EVENT" && p.contains("payload")) {
             const json& inner = p["payload"].value("params", json::object());
             const json& params = inner.value("params", json::object());
@@ -171,6 +176,9 @@ std::string summarize(bool toServer, const std::string& text) {
             }
             if (e.contains("event")) {
                 std::string line = e["event"].get<std::string>();
+                if (line == "ctrl_cmd_call_out_h323" && e.contains("h323Device") && e["h323Device"].is_object())
+                    return line + " " + e["h323Device"].value("deviceName", "") + " at " +
+                           e["h323Device"].value("dialString", "") + " (" + e.value("cmdId", "") + ")";
                 if (line.rfind("ctrl_cmd_", 0) == 0) {
                     // A control command: what it asks, and its id.
                     json asked = e;
@@ -236,7 +244,9 @@ protected:
         if (text.find("PortalReporter::put_msg") != std::string::npos) ++reports_;
         if (text.find("PortalReporter::_Server_SyncControlPanel") != std::string::npos) --reports_;
         if (text.find("OrvaneLogic_QV::onCtrlNotify") != std::string::npos) ++commands_;
-        if (text.find("ControlCommandResp:=") != std::string::npos) --commands_;
+        // The H.323 answers are logged alike; only the control thread's count.
+        if (text.find("ControlCommandResp:=") != std::string::npos && text.find("MQ_CONFMGR") != std::string::npos)
+            --commands_;
         static const std::string marker = "new state=";
         if (text.compare(0, marker.size(), marker) == 0) {
             std::string state = text.substr(marker.size());
@@ -441,6 +451,9 @@ What happens in the meeting (the simulated engine reports it):
                                               pulled out)
   kick [REASON]                               the engine ends the call itself (default KickByHost)
   fail-join REASON                            the next media join fails with this engine reason
+  h323 answer success|failure|silence [NAME]  how the engine answers call-outs (to NAME only, if given):
+                                              the room system joins, the call fails, or nothing comes
+                                              and the library gives up after 30 s
 What the portal does (through the conference manager):
   portal sync on|off                          follow the meeting: the client reports every change
                                               (ctrl_cmd_start_sync_control_panel)
@@ -452,7 +465,9 @@ What the simulated servers do:
   cancel                                      the server cancels the call that rings
   bye [REASON]                                the server ends the call
   move NUMBER                                 the server moves the call to another media meeting
-  h323 NAME ADDRESS                           the server orders an H.323 call-out
+  h323 call NAME ADDRESS [NAME ADDRESS]...    the server orders H.323 call-outs to room systems, all at
+                                              once; the client calls them one at a time
+  h323 hangup NAME                            the server orders a called room system hung up
   logout                                      the server logs the device out (BE_LOGOUT)
   rename NAME                                 the device manager renames the device
   conference NUMBER [meeting=M] [passcode=P] [busy=CONFID]   add a conference the servers know
@@ -799,9 +814,26 @@ bool Console::execute(const std::string& raw) {
         }
         timeline_.line("sim", "the server sends " + w[1]);
         servers_.controlCommand(w[1], fields);
-    } else if (cmd == "h323" && w.size() >= 3) {
-        timeline_.line("sim", "the server orders a call-out to " + w[1]);
-        servers_.h323CallOut(w[1], w[2], "h323", "h323-cmd-" + std::to_string(nextCommand_++));
+    } else if (cmd == "h323" && w.size() >= 4 && w[1] == "call" && w.size() % 2 == 0) {
+        for (size_t i = 2; i + 1 < w.size(); i += 2) {
+            timeline_.line("sim", "the server orders a call-out to " + w[i] + " at " + w[i + 1]);
+            servers_.h323CallOut(w[i], w[i + 1], "h323", "h323-cmd-" + std::to_string(nextCommand_++));
+        }
+    } else if (cmd == "h323" && w.size() == 3 && w[1] == "hangup") {
+        const std::string id = attendee(w[2]);
+        if (id.empty()) return false;
+        timeline_.line("sim", "the server orders " + w[2] + " hung up");
+        servers_.h323HangUp(id, "h323-cmd-" + std::to_string(nextCommand_++));
+    } else if (cmd == "h323" && w.size() >= 3 && w[1] == "answer" &&
+               (w[2] == "success" || w[2] == "failure" || w[2] == "silence")) {
+        using Answer = orvsim::SimEngine::CalloutAnswer;
+        const Answer answer = w[2] == "success" ? Answer::Success : w[2] == "failure" ? Answer::Failure : Answer::Silence;
+        if (w.size() >= 4)
+            engine_.setCalloutAnswer(w[3], answer);
+        else
+            engine_.setCalloutAnswer(answer);
+        timeline_.line("sim", "the engine answers call-outs" + (w.size() >= 4 ? " to " + w[3] : std::string()) +
+                                  " with " + w[2]);
     } else if (cmd == "logout") {
         timeline_.line("sim", "the server logs the device out");
         servers_.logout();

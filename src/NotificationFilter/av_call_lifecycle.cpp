@@ -99,7 +99,8 @@ bool AvEventFilter::avfilter_onCallConnected(const std::string&, const std::stri
                                                                 {"externaldeviceid", core_.identity().deviceId()}}));
     }
     // A new meeting, or a new engine user id in it: nothing of the
-    // participants of the one before carries over.
+    // participants or the call-outs of the one before carries over.
+    core_.h323().forgetOrders();
     forgetParticipants();
     core_.engineUsersChanged();
     return true;
@@ -144,6 +145,7 @@ bool AvEventFilter::avfilter_onCallFailed(const std::string&, const std::string&
                    CtrlSDKUtils::dump(failureObject(code, app.errMsgFromId(code), result)));
     }
     core_.machine().on_avsdk_call_failed();
+    core_.h323().stopTimer();
     return true;
 }
 
@@ -151,6 +153,9 @@ bool AvEventFilter::avfilter_onCallEnd(const std::string&, const std::string&, s
     core_.machine().on_avsdk_call_end();
     core_.resetConference();
     core_.setSyncing(false);
+    // The call-outs ordered in this meeting wait for the next one to connect,
+    // which forgets them; no time-out of theirs runs meanwhile.
+    core_.h323().stopTimer();
     forgetParticipants();
     return true;
 }

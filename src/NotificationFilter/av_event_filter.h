@@ -62,6 +62,9 @@ public:
     bool avfilter_onCloudRecordingStatus(const std::string& group, const std::string& cmd, std::string& data);
     bool avfilter_onMeetingLocked(const std::string& group, const std::string& cmd, std::string& data);
     bool avfilter_onSharingStatus(const std::string& group, const std::string& cmd, std::string& data);
+    // H.323 call-outs.
+    bool onH323CalloutStatusNotifyConfSdk(const std::string& group, const std::string& cmd, std::string& data);
+    bool avfilter_onH323DeviceJoin(const std::string& group, const std::string& cmd, std::string& data);
 
     // Whether the application has heard of this participant by simulation.
     bool simulated(const std::string& userid) const { return simulatedGuids_.count(userid) != 0; }

@@ -43,6 +43,7 @@ const std::map<std::string, Handler>& handlers() {
         {"onMeetinginfoButtonClick", {nullptr, "", true}},
         {"onUserJoin", {ORVANE_HANDLER(avfilter_onUserJoin), false}},
         {"onUserLeft", {ORVANE_HANDLER(avfilter_onUserLeft), false}},
+        {"onH323DeviceJoin", {ORVANE_HANDLER(avfilter_onH323DeviceJoin), false}},
         {"onUserAudioStatusChange", {ORVANE_HANDLER(avfilter_onUserAudioStatusChange), false}},
         {"onUserVideoStatusChange", {ORVANE_HANDLER(avfilter_onUserVideoStatusChange), false}},
         {"onHostChangeNotification", {ORVANE_HANDLER(avfilter_onHostChangeNotification), false}},
@@ -57,6 +58,7 @@ const std::map<std::string, Handler>& handlers() {
         {"onCloudRecordingStatus", {ORVANE_HANDLER(avfilter_onCloudRecordingStatus), false}},
         {"onMeetingLocked", {ORVANE_HANDLER(avfilter_onMeetingLocked), false}},
         {"onSharingStatus", {ORVANE_HANDLER(avfilter_onSharingStatus), false}},
+        {"onH323CalloutStatusNotifyConfSdk", {ORVANE_HANDLER(onH323CalloutStatusNotifyConfSdk), false}},
     };
     return table;
 }

@@ -1,8 +1,6 @@
 // Participants coming and going in the media meeting: the host's client
 // reports them to the conference manager by kind, and an application that
 // draws its own meeting window hears of them even where no server does.
-#include <charconv>
-
 #include "NotificationFilter/av_event_filter.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
@@ -50,23 +48,16 @@ void AvEventFilter::forgetParticipants() {
 void AvEventFilter::sendDeviceEvent(const char* event, const std::string& userid, json params) {
     // The manager takes the engine's id as a number; anything else can't be
     // reported.
-    long long id = 0;
-    const char* end = userid.data() + userid.size();
-    const auto parsed = std::from_chars(userid.data(), end, id);
-    if (userid.empty() || parsed.ec != std::errc() || parsed.ptr != end) {
+    const auto id = CtrlSDKUtils::userIdNumber(userid);
+    if (!id) {
         LOG_JSON_ERROR_AT("OrvaneSDKPrivate::sendDeviceEvent", "userid is not a decimal number", userid);
         return;
     }
-    params["sdkUserId"] = id;
+    params["sdkUserId"] = *id;
     params["conferenceDialNumber"] = core_.conf().dialnum;
-    const json message = {
-        {"id", "id"},
-        {"method", "quelmar"},
-        {"msg", "method"},
-        {"params", json::array({{{"payload", {{"event", "legacy_device_event"},
-                                              {"params", {{"event", event}, {"params", std::move(params)}}}}},
-                                 {"type", "MQ_CALLMASTER_DEVICE_EVENT"}}})}};
-    const std::string text = CtrlSDKUtils::dump(message);
+    const std::string text = CtrlSDKUtils::dump(CtrlSDKUtils::methodMessage(
+        "MQ_CALLMASTER_DEVICE_EVENT",
+        {{"event", "legacy_device_event"}, {"params", {{"event", event}, {"params", std::move(params)}}}}));
     if (std::string(event) == "JOIN")
         LOG_DEBUG("cmdid is empty send controlCommandResp to confmgr, data={}", text);
     else
@@ -123,14 +114,20 @@ bool AvEventFilter::avfilter_onUserJoin(const std::string& group, const std::str
         params["qvUser"] = true;
         sendDeviceEvent("JOIN", userid, std::move(params));
     } else {
+        H323Callout& h323 = core_.h323();
+        const H323Device& current = h323.current();
         LOG_DEBUG("OrvaneSDKPrivate::avfilter_onUserJoin current deviceinfo cmdId={}, deviceName={}, deviceIp={}, "
                   "deviceType={}",
-                  "", "", "", "");
+                  current.cmdId, current.deviceName, current.deviceIp, current.deviceType);
         if (userid == last_h323_userid_) return false;
         last_h323_userid_ = userid;
-        // No call-out of this client waits for it: a room system that came
-        // by itself.
-        sendDeviceEvent("JOIN", userid, std::move(params));
+        if (current.cmdId.empty()) {
+            // No call-out of this client waits for it: a room system that
+            // came by itself.
+            sendDeviceEvent("JOIN", userid, std::move(params));
+        } else {
+            h323.onDeviceJoined(userid);
+        }
     }
     return false;
 }

@@ -170,16 +170,8 @@ void OrvaneLogic_QV::handleControlCommand(const std::string& text) {
 }
 
 void OrvaneLogic_QV::sendControlCommandResp(const std::string& cmdId, const std::string& op, const json& retData) {
-    const json message = {{"id", "id"},
-                          {"method", "quelmar"},
-                          {"msg", "method"},
-                          {"params", json::array({{{"payload",
-                                                    {{"cmdId", cmdId},
-                                                     {"operator", op},
-                                                     {"retCode", "OK"},
-                                                     {"retData", retData}}},
-                                                   {"type", "MQ_CONFMGR"}}})}};
-    const std::string text = CtrlSDKUtils::dump(message);
+    const std::string text = CtrlSDKUtils::dump(CtrlSDKUtils::methodMessage(
+        "MQ_CONFMGR", {{"cmdId", cmdId}, {"operator", op}, {"retCode", "OK"}, {"retData", retData}}));
     LOG_DEBUG("Client SDK ControlCommandResp:= {}\n", text);
     conf->control().sendCommand(CONF::CONTROLCOMMANDRESP, text);
 }
