@@ -21,10 +21,5 @@ void feed(orvfuzz::World& world, std::string_view record) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 2) return 0;
-    orvfuzz::World& world = orvfuzz::World::of(data[1]);
-    world.begin(data[0] % orvfuzz::kStartCount, data[1]);
-    orvfuzz::forEachRecord(data + 2, size - 2, [&](std::string_view record) { feed(world, record); });
-    world.end();
-    return 0;
+    return orvfuzz::runInput(data, size, feed);
 }

@@ -15,14 +15,6 @@ namespace {
 const char* const kEventKinds[] = {"confmanager_event", "callmaster_event", "devicemgr_event",
                                    "trans_server_autonomy", "callmaster_ctrl_cmd"};
 
-// The first word of `rest`, which loses it and the blank after it.
-std::string word(std::string& rest) {
-    const size_t blank = rest.find(' ');
-    std::string w = rest.substr(0, blank);
-    rest.erase(0, blank == std::string::npos ? rest.size() : blank + 1);
-    return w;
-}
-
 void feed(orvfuzz::World& world, std::string_view record) {
     if (world.timeRecord(record)) return;
     const unsigned char frame = record.empty() ? 0 : static_cast<unsigned char>(record[0]);
@@ -30,11 +22,11 @@ void feed(orvfuzz::World& world, std::string_view record) {
     if (frame >= 0x01 && frame <= 0x05) {
         world.event(kEventKinds[frame - 1], rest);
     } else if (frame == 0x06) {
-        const std::string command = word(rest);
-        const std::string cseq = word(rest);
+        const std::string command = orvfuzz::takeWord(rest);
+        const std::string cseq = orvfuzz::takeWord(rest);
         world.signal(command, cseq, rest.empty() ? "{}" : rest);
     } else if (frame == 0x07) {
-        const std::string id = word(rest);
+        const std::string id = orvfuzz::takeWord(rest);
         world.fromServer(R"({"msg":"result","id":")" + id + R"(","data":)" + (rest.empty() ? "null" : rest) + "}");
     } else {
         world.fromServer(std::string(record));
@@ -44,10 +36,5 @@ void feed(orvfuzz::World& world, std::string_view record) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 2) return 0;
-    orvfuzz::World& world = orvfuzz::World::of(data[1]);
-    world.begin(data[0] % orvfuzz::kStartCount, data[1]);
-    orvfuzz::forEachRecord(data + 2, size - 2, [&](std::string_view record) { feed(world, record); });
-    world.end();
-    return 0;
+    return orvfuzz::runInput(data, size, feed);
 }

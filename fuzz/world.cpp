@@ -436,17 +436,31 @@ std::string World::lastInvite() const {
     return app_->invite;
 }
 
-void forEachRecord(const uint8_t* data, size_t size, const std::function<void(std::string_view)>& each) {
-    const char* text = reinterpret_cast<const char*>(data);
+int runInput(const uint8_t* data, size_t size, void (*feed)(World&, std::string_view), bool jsonOnWire) {
+    if (size < 2) return 0;
+    World& world = World::of(data[1]);
+    world.begin(data[0] % kStartCount, data[1]);
+    world.requireJsonOnWire(jsonOnWire);
+    const char* text = reinterpret_cast<const char*>(data) + 2;
+    size -= 2;
     size_t start = 0;
     int records = 0;
     for (size_t i = 0; i <= size && records < 16; ++i) {
         if (i == size || text[i] == '\x1e') {
-            each(std::string_view(text + start, i - start));
+            feed(world, std::string_view(text + start, i - start));
             start = i + 1;
             ++records;
         }
     }
+    world.end();
+    return 0;
+}
+
+std::string takeWord(std::string& rest) {
+    const size_t blank = rest.find(' ');
+    std::string word = rest.substr(0, blank);
+    rest.erase(0, blank == std::string::npos ? rest.size() : blank + 1);
+    return word;
 }
 
 const std::vector<std::string>& commandNames() {

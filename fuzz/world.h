@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -112,8 +111,13 @@ private:
     std::string canonicalInfo_;  // getMyInfo of the identity every input starts with
 };
 
-// Calls `each` with every record of an input's body, at most 16.
-void forEachRecord(const uint8_t* data, size_t size, const std::function<void(std::string_view)>& each);
+// Runs one input: byte 0 picks the start, byte 1 the flags, and `feed` gets
+// every record of the rest, at most 16. With `jsonOnWire` off the library
+// may send text that is not JSON (the application's own text, passed on).
+int runInput(const uint8_t* data, size_t size, void (*feed)(World&, std::string_view), bool jsonOnWire = true);
+
+// The first word of `rest`, which loses it and the blank after it.
+std::string takeWord(std::string& rest);
 
 // The application's command names and the engine events the library has a
 // handler for, read from the library's own tables when the build is set up.

@@ -56,8 +56,8 @@ int H323Callout::trueCallH323device(const H323Device& device) {
     // The engine's answer is not looked at: a refusal ends by the time-out.
     if (AVSDK* av = media_()) av->callH323device(device.deviceName, device.deviceIp, device.deviceType, device.cmdId);
     h323_call_settled = false;
-    if (h323_timer_id != 0) timers_.cancel(h323_timer_id);
-    const uint64_t callout = ++callout_;
+    stopTimer();
+    const uint64_t callout = callout_;
     // The time-out only adds to the worker's queue, so a time-out that goes
     // on to the next device arms its limit from the worker itself.
     h323_timer_id = timers_.add(
@@ -98,8 +98,7 @@ bool H323Callout::nextDevice() {
 
 void H323Callout::settle() {
     h323_call_settled = true;
-    if (h323_timer_id != 0) timers_.cancel(h323_timer_id);
-    h323_timer_id = 0;
+    stopTimer();
 }
 
 bool H323Callout::onCalloutStatus(const std::string& status) {
@@ -127,7 +126,8 @@ void H323Callout::onDeviceJoined(const std::string& userid) {
 void H323Callout::stopTimer() {
     if (h323_timer_id != 0) timers_.cancel(h323_timer_id);
     h323_timer_id = 0;
-    // A time-out the worker has already taken finds its call-out over.
+    // A time-out the worker has already taken finds its call-out over; the
+    // next call counts from here.
     ++callout_;
 }
 

@@ -82,7 +82,7 @@ private:
     uint64_t h323_timer_id = 0;
     // The outcome of the call under way is known: its time-out does nothing.
     bool h323_call_settled = false;
-    // Counts the calls made: a time-out acts only on the call it was armed for.
+    // Moves on whenever a time-out is stopped: a time-out acts only on the call it was armed for.
     uint64_t callout_ = 0;
 };
 

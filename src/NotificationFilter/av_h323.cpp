@@ -21,7 +21,7 @@ bool AvEventFilter::onH323CalloutStatusNotifyConfSdk(const std::string& group, c
 bool AvEventFilter::avfilter_onH323DeviceJoin(const std::string&, const std::string&, std::string& data) {
     const json j = json::parse(data);
     const std::string userid = j.at("userid").get<std::string>();
-    j.at("deviceName").get<std::string>();
+    j.at("deviceName").get<std::string>();  // read for its type alone, like the others
     const std::string cmdId = j.at("cmdId").get<std::string>();
     // The engine answers for a device it called itself; the queue is not
     // concerned.

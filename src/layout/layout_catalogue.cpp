@@ -4,6 +4,7 @@
 #include <limits>
 #include <set>
 
+#include "ctrlsdk_utils.h"
 #include "logger.h"
 
 namespace ORVANE {
@@ -93,7 +94,7 @@ void LayoutCatalogue::loadCatalogue(const json& config) {
             }
         }
     } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), config.dump());
+        LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(config));
     }
 }
 
