@@ -4,19 +4,22 @@
 
 namespace ORVANE {
 
-void AppChannel::notify(const std::string& type, const std::string& data) const {
+void AppChannel::notify(std::string type, std::string data) const {
     ConfSDK::Listener* l = listener_;
-    if (l) CallLock::deliver([l, type, data] { l->onConfNotify(type, data); });
+    if (l) CallLock::deliver([l, type = std::move(type), data = std::move(data)] { l->onConfNotify(type, data); });
 }
 
-void AppChannel::reply(const std::string& type, const std::string& data) const {
+void AppChannel::reply(std::string type, std::string data) const {
     ConfSDK::Listener* l = listener_;
-    if (l) CallLock::deliver([l, type, data] { l->onConfCommand(type, data); });
+    if (l) CallLock::deliver([l, type = std::move(type), data = std::move(data)] { l->onConfCommand(type, data); });
 }
 
-void AppChannel::notifyMedia(const std::string& group, const std::string& cmd, const std::string& data) const {
+void AppChannel::notifyMedia(std::string group, std::string cmd, std::string data) const {
     AVSDK::Listener* l = mediaListener_;
-    if (l) CallLock::deliver([l, group, cmd, data] { l->onNotify(group, cmd, data); });
+    if (l)
+        CallLock::deliver([l, group = std::move(group), cmd = std::move(cmd), data = std::move(data)] {
+            l->onNotify(group, cmd, data);
+        });
 }
 
 std::string AppChannel::errMsgFromId(const std::string& id) const {

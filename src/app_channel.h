@@ -12,7 +12,8 @@ namespace ORVANE {
 // What reaches the application: its two listeners, and the transport's
 // human texts for the failure ids it is told. Every listener call is handed
 // to CallLock::deliver, so it runs once this thread holds no library lock.
-// The pointers may be set and read from any thread.
+// The pointers may be set and read from any thread. The texts are taken by
+// value: a text made for the application moves on to it uncopied.
 class AppChannel {
 public:
     void setListener(ConfSDK::Listener* listener) { listener_ = listener; }
@@ -22,11 +23,11 @@ public:
     bool hasListener() const { return listener_ != nullptr; }
 
     // onConfNotify of the application's listener.
-    void notify(const std::string& type, const std::string& data) const;
+    void notify(std::string type, std::string data) const;
     // onConfCommand: the reply to one of the application's commands.
-    void reply(const std::string& type, const std::string& data) const;
+    void reply(std::string type, std::string data) const;
     // onNotify of the application's engine listener.
-    void notifyMedia(const std::string& group, const std::string& cmd, const std::string& data) const;
+    void notifyMedia(std::string group, std::string cmd, std::string data) const;
     // The transport's text for a failure id; empty without a transport.
     std::string errMsgFromId(const std::string& id) const;
 

@@ -15,6 +15,9 @@ void runGuarded(const std::function<void()>& call) { runContained("an applicatio
 }  // namespace
 
 CallLock::CallLock(std::recursive_mutex& mutex) : mutex_(mutex) {
+    // The outermost lock marks an entry from outside: the moment to look at
+    // the application's log level again.
+    if (t_depth == 0) refreshLogLevel();
     mutex_.lock();
     ++t_depth;
 }

@@ -36,7 +36,7 @@ OrvaneSDKPrivate::OrvaneSDKPrivate(const std::string& platformName, const std::s
       filter_(*this),
       avPlatformName_(platformName) {
     conf_.reset();
-    control_.setListener(this);
+    control_.setReceiver(this);
 
     if (env.logic != nullptr) {
         logic_ = env.logic;

@@ -17,6 +17,7 @@
 #include "CallSignal/h323_callout.h"
 #include "NotificationFilter/av_event_filter.h"
 #include "PortalReporter/portalreporter.h"
+#include "ServerInteraction/orvanecontrolsdk_p.h"
 #include "app_channel.h"
 #include "clock.h"
 #include "device_identity.h"
@@ -62,7 +63,7 @@ struct SdkEnv {
 // cache, the application channel, the control channel, the timer queue and
 // the layout catalogue guard themselves. Listener calls made under the call
 // lock are delivered after it is released.
-class OrvaneSDKPrivate : public ORVANE::ControlSDK::Listner,
+class OrvaneSDKPrivate : public ORVANE::ControlReceiver,
                          public ORVANE::AVSDK::Listener,
                          public ORVANE::ConfSDK::ConfControlService,
                          public ORVANE::ConfSDK::ConfInterpretationService,
@@ -74,9 +75,11 @@ public:
     OrvaneSDKPrivate(const OrvaneSDKPrivate&) = delete;
     OrvaneSDKPrivate& operator=(const OrvaneSDKPrivate&) = delete;
 
-    // ControlSDK::Listner: server replies and events, on the transport's thread.
+    // Server replies and events, on the transport's thread. An event's
+    // "args" come parsed; the text the application gets is written from them
+    // once, after any merge.
     void onCtrlCommand(const std::string& type, const std::string& json) override;
-    void onCtrlNotify(const std::string& type, const std::string& json) override;
+    void onCtrlEvent(const std::string& type, nlohmann::json& args) override;
     // AVSDK::Listener: the engine's notifications, on its thread.
     void onNotify(std::string group, std::string cmd, std::string data) override;
 
@@ -127,7 +130,7 @@ public:
     ORVANE::DeviceIdentity& identity() { return identity_; }
     ORVANE::EndpointCache& endpoints() { return endpoints_; }
     ORVANE::AppChannel& app() { return app_; }
-    ORVANE::ControlSDK& control() { return control_; }
+    ORVANE::OrvaneControlSDk_private& control() { return control_; }
     ORVANE::CallSignalSender& signals() { return signals_; }
     ConfStateMachine& machine() { return machine_; }
     ORVANE::H323Callout& h323() { return h323_; }
@@ -190,12 +193,12 @@ private:
     void continueAfterDeliveries(std::function<void()> step);
 
     // The kinds of server event.
-    void onConfManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onConfManagerEvent(const std::string& type, nlohmann::json& args);
     void onParticipantJoin(const std::string& type, nlohmann::json& args);
-    void onParticipantLeave(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onParticipantLeave(const std::string& type, nlohmann::json& args);
     void onAutonomyEvent(nlohmann::json& args);
     void onCallmasterControl(nlohmann::json& args);
-    void onDeviceManagerEvent(const std::string& type, const std::string& data, nlohmann::json& args);
+    void onDeviceManagerEvent(const std::string& type, nlohmann::json& args);
     void onDeviceRegister(const nlohmann::json& event);
     void onCallSignal(nlohmann::json& args);
     int onJoinMsgMyOwn(const nlohmann::json& event);
@@ -204,7 +207,7 @@ private:
     std::shared_ptr<ORVANE::Clock> clock_;
     std::recursive_mutex callMutex_;
     ORVANE::AppChannel app_;
-    ORVANE::ControlSDK control_;
+    ORVANE::OrvaneControlSDk_private control_;
     ORVANE::DeviceIdentity identity_;
     ORVANE::OrvaneConference conf_;
     ORVANE::EndpointCache endpoints_;

@@ -55,16 +55,19 @@ void OrvaneSDKPrivate::onCtrlCommand(const std::string& type, const std::string&
     }
 }
 
-void OrvaneSDKPrivate::onCtrlNotify(const std::string& type, const std::string& data) {
+void OrvaneSDKPrivate::onCtrlEvent(const std::string& type, json& args) {
     CallLock lock(callMutex_);
-    const std::vector<std::string> parts = CtrlSDKUtils::split(type, '/');
-    const std::string kind = parts.size() > 1 ? parts[1] : std::string();
+    // The kind is the second part of "N/kind".
+    const size_t slash = type.find('/');
+    const size_t end = slash == std::string::npos ? slash : type.find('/', slash + 1);
+    const std::string_view kind =
+        slash == std::string::npos ? std::string_view() : std::string_view(type).substr(slash + 1, end - slash - 1);
     if (kind != EVENT::CONFMANAGER && kind != EVENT::CALLMASTER && kind != EVENT::DEVICEMGR &&
         kind != "trans_server_autonomy" && kind != "callmaster_ctrl_cmd") {
         LOG_INFO("confsdk onCtrlNotify: SKIP type={}\n", type);
         return;
     }
-    if (data == "[null]") {
+    if (args.is_array() && args.size() == 1 && args[0].is_null()) {
         LOG_ERROR("json error, the args from server is null, skipped!!\n");
         return;
     }
@@ -72,41 +75,40 @@ void OrvaneSDKPrivate::onCtrlNotify(const std::string& type, const std::string& 
 
     // An event of an unexpected shape is logged and dropped; nothing of it
     // reaches the application.
-    json args = CtrlSDKUtils::parseQuiet(data);
     try {
         if (kind == EVENT::CONFMANAGER)
-            onConfManagerEvent(type, data, args);
+            onConfManagerEvent(type, args);
         else if (kind == EVENT::CALLMASTER)
             onCallSignal(args);
         else if (kind == EVENT::DEVICEMGR)
-            onDeviceManagerEvent(type, data, args);
+            onDeviceManagerEvent(type, args);
         else if (kind == "trans_server_autonomy")
             onAutonomyEvent(args);
         else
             onCallmasterControl(args);
     } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), data);
+        LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(args));
     }
 }
 
-void OrvaneSDKPrivate::onConfManagerEvent(const std::string& type, const std::string& data, json& args) {
+void OrvaneSDKPrivate::onConfManagerEvent(const std::string& type, json& args) {
     json& event = args.at(0);
     const std::string name = event.at("event").get<std::string>();
     if (isControlCommandEvent(name)) {
-        logic_->onCtrlNotify(type, data);
+        logic_->onCtrlNotify(type, CtrlSDKUtils::dump(args));
         return;
     }
     if (name != "confmgr_endpoint_change") {
-        app_.notify(type, data);
+        app_.notify(type, CtrlSDKUtils::dump(args));
         return;
     }
     const std::string operation = event.at("operation").get<std::string>();
     if (operation == "confmgr_participant_join")
         onParticipantJoin(type, args);
     else if (operation == "confmgr_participant_leave")
-        onParticipantLeave(type, data, args);
+        onParticipantLeave(type, args);
     else
-        app_.notify(type, data);
+        app_.notify(type, CtrlSDKUtils::dump(args));
 }
 
 void OrvaneSDKPrivate::onParticipantJoin(const std::string& type, json& args) {
@@ -150,18 +152,18 @@ void OrvaneSDKPrivate::onParticipantJoin(const std::string& type, json& args) {
         }
         LOG_DEBUG("confsdk: confmgr_participant_join status merged\n");
     }
-    const std::string text = CtrlSDKUtils::dump(args);
+    std::string text = CtrlSDKUtils::dump(args);
     LOG_DEBUG("confsdk: confmgr_participant_join merge result={}", text);
-    app_.notify(type, text);
+    app_.notify(type, std::move(text));
 }
 
-void OrvaneSDKPrivate::onParticipantLeave(const std::string& type, const std::string& data, json& args) {
+void OrvaneSDKPrivate::onParticipantLeave(const std::string& type, json& args) {
     const std::string guid = args.at(0).at("endpoint").at("externalGuid").get<std::string>();
     if (!guid.empty()) {
         endpoints_.erase(guid);
         LOG_DEBUG("confsdk: confmgr_participant_leave status merged\n");
     }
-    app_.notify(type, data);
+    app_.notify(type, CtrlSDKUtils::dump(args));
 }
 
 void OrvaneSDKPrivate::onAutonomyEvent(json& args) {
@@ -191,13 +193,13 @@ void OrvaneSDKPrivate::onCallmasterControl(json& args) {
     }
 }
 
-void OrvaneSDKPrivate::onDeviceManagerEvent(const std::string& type, const std::string& data, json& args) {
+void OrvaneSDKPrivate::onDeviceManagerEvent(const std::string& type, json& args) {
     const json& event = args.at(0);
     const std::string name = event.at("event").get<std::string>();
     if (name == "device_register") {
         onDeviceRegister(event);
     } else if (name == "devicemgr_device_change_device_name") {
-        LOG_DEBUG("Recv devicemgr_device_change_device_name, data={}", data);
+        LOG_DEBUG("Recv devicemgr_device_change_device_name, data={}", CtrlSDKUtils::dump(args));
         const std::string id = CtrlSDKUtils::safeString(event, "deviceId");
         if (id != identity_.deviceId()) {
             LOG_ERROR("Error: recv msg devicemgr_device_change_device_name, but the dev_id is different from mine.!");
@@ -207,7 +209,7 @@ void OrvaneSDKPrivate::onDeviceManagerEvent(const std::string& type, const std::
         app_.notify(CONFNOTIFY::DEVICE_NAME_CHANGED,
                     CtrlSDKUtils::dump(json{{"deviceId", id}, {"deviceName", identity_.deviceName()}}));
     } else {
-        app_.notify(type, data);
+        app_.notify(type, CtrlSDKUtils::dump(args));
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CtrlSDKUtils {
@@ -22,6 +23,10 @@ std::vector<std::string> split(const std::string& text, char sep);
 // The library's JSON text: compact, UTF-8 left as it is, keys in ascending
 // byte order. Bytes that are not UTF-8 become U+FFFD instead of throwing.
 std::string dump(const json& j);
+
+// Appends `text` as a JSON string, quoted and escaped exactly as dump writes
+// it, for messages written straight from their parts.
+void appendJsonString(std::string& out, std::string_view text);
 
 // Parses without exceptions; text that does not parse gives a discarded value.
 json parseQuiet(const std::string& text);

@@ -13,9 +13,26 @@ std::mutex g_fallbackMutex;
 constexpr const char* kFallbackName = "tmp_console_log";
 }  // namespace
 
-void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger) { std::atomic_store(&g_logger, std::move(logger)); }
+namespace detail {
+std::atomic<int> logThreshold{spdlog::level::trace};
+}  // namespace detail
+
+void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger) {
+    std::atomic_store(&g_logger, std::move(logger));
+    refreshLogLevel();
+}
 
 std::shared_ptr<spdlog::logger> orvaneLoggerHandle() { return std::atomic_load(&g_logger); }
+
+void refreshLogLevel() {
+    int threshold = spdlog::level::trace;
+    if (const auto logger = std::atomic_load(&g_logger)) {
+        // A logger keeping a backtrace wants the lines below its level too.
+        if (!logger->should_backtrace()) threshold = logger->level();
+    }
+    if (detail::logThreshold.load(std::memory_order_relaxed) != threshold)
+        detail::logThreshold.store(threshold, std::memory_order_relaxed);
+}
 
 std::shared_ptr<spdlog::logger> OrvaneGlobalLogger() {
     if (auto logger = std::atomic_load(&g_logger)) return logger;

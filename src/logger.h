@@ -2,6 +2,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -14,6 +15,11 @@ std::shared_ptr<spdlog::logger> OrvaneGlobalLogger();
 void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger);
 // The application's logger as it stands, possibly empty (no fallback).
 std::shared_ptr<spdlog::logger> orvaneLoggerHandle();
+// Reads the level of the application's logger again. A line below it costs
+// one relaxed load and nothing else, so the level is read once per entry
+// into the library (the application may change it at any time), not per
+// line.
+void refreshLogLevel();
 
 // Runs `call` on a thread of the library's or of a foreign module: an
 // exception is logged under `context` and goes no further.
@@ -21,6 +27,13 @@ template <typename F>
 void runContained(const char* context, F&& call);
 
 namespace detail {
+// The least level of a line that may be written. Trace while the
+// application has set no logger: every line then reaches the fallback.
+extern std::atomic<int> logThreshold;
+inline bool logLevelOn(spdlog::level::level_enum level) {
+    return static_cast<int>(level) >= logThreshold.load(std::memory_order_relaxed);
+}
+
 // "ORVANE::ConfSDK::sendCommand" out of a __PRETTY_FUNCTION__ text.
 std::string qualifiedFunctionName(const char* prettyFunction);
 
@@ -37,12 +50,15 @@ private:
 
 }  // namespace ORVANE
 
-#define ORV_LOG(level, ...)                                                                               \
-    do {                                                                                                  \
-        static const ::ORVANE::detail::FunctionName orv_function_name_(__PRETTY_FUNCTION__);              \
-        if (auto orv_logger_ = ::ORVANE::OrvaneGlobalLogger())                                            \
-            orv_logger_->log(::spdlog::source_loc{__FILE__, __LINE__, orv_function_name_.c_str()}, level, \
-                             __VA_ARGS__);                                                                \
+// Neither the logger nor the arguments are touched for a line below the level.
+#define ORV_LOG(level, ...)                                                                                   \
+    do {                                                                                                      \
+        if (::ORVANE::detail::logLevelOn(level)) {                                                            \
+            static const ::ORVANE::detail::FunctionName orv_function_name_(__PRETTY_FUNCTION__);              \
+            if (auto orv_logger_ = ::ORVANE::OrvaneGlobalLogger())                                            \
+                orv_logger_->log(::spdlog::source_loc{__FILE__, __LINE__, orv_function_name_.c_str()}, level, \
+                                 __VA_ARGS__);                                                                \
+        }                                                                                                     \
     } while (0)
 
 #define LOG_DEBUG(...) ORV_LOG(::spdlog::level::debug, __VA_ARGS__)

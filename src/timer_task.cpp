@@ -11,34 +11,45 @@ uint64_t TimerTaskQueue::add(int64_t seconds, std::function<void(std::string)> c
     item.arg = std::move(arg);
     item.callback = std::move(callback);
     item.due = clock_->systemTicks() + seconds * 10'000'000LL;
+    const int64_t due = item.due;
 
-    std::lock_guard<std::mutex> lock(mutex);
-    item.id = nextId;
-    items.push_back(std::move(item));
-    std::sort(items.begin(), items.end(),
-              [](const TimerTaskItem& a, const TimerTaskItem& b) { return a.due > b.due; });
-    // The new task may be earlier than the one the worker sleeps for.
-    wakeup.notify_one();
-    return nextId++;
+    uint64_t id;
+    bool wake = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        id = item.id = nextId++;
+        // Among tasks due at once, the one armed first runs first.
+        const auto at = std::lower_bound(items.begin(), items.end(), due,
+                                         [](const TimerTaskItem& t, int64_t d) { return t.due > d; });
+        items.insert(at, std::move(item));
+        if (workerWaiting && due < workerWakesAt) {
+            workerWakesAt = due;
+            wake = true;
+        }
+    }
+    // Woken after the lock is let go, so the worker does not wake only to wait for it.
+    if (wake) wakeup.notify_one();
+    return id;
 }
 
 void TimerTaskQueue::cancel(uint64_t id) {
     std::lock_guard<std::mutex> lock(mutex);
-    items.erase(std::remove_if(items.begin(), items.end(), [id](const TimerTaskItem& t) { return t.id == id; }),
-                items.end());
+    const auto it = std::find_if(items.begin(), items.end(), [id](const TimerTaskItem& t) { return t.id == id; });
+    if (it != items.end()) items.erase(it);
 }
 
 bool TimerTaskQueue::takeNext(TimerTaskItem& out) {
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
         if (stopped) return false;
-        if (!items.empty()) {
-            const int64_t due = items.back().due;
-            if (due <= clock_->systemTicks()) break;
-            clock_->waitUntilTicks(wakeup, lock, due);
-        } else {
+        if (!items.empty() && items.back().due <= clock_->systemTicks()) break;
+        workerWaiting = true;
+        workerWakesAt = items.empty() ? kNever : items.back().due;
+        if (items.empty())
             wakeup.wait(lock);
-        }
+        else
+            clock_->waitUntilTicks(wakeup, lock, workerWakesAt);
+        workerWaiting = false;
     }
     out = std::move(items.back());
     items.pop_back();
@@ -54,14 +65,17 @@ bool TimerTaskQueue::takeDue(TimerTaskItem& out) {
 }
 
 void TimerTaskQueue::clear() {
+    // A waiting worker finds nothing due when it wakes, and then waits
+    // without a limit: no need to wake it now.
     std::lock_guard<std::mutex> lock(mutex);
     items.clear();
-    wakeup.notify_all();
 }
 
 void TimerTaskQueue::shutdown() {
-    std::lock_guard<std::mutex> lock(mutex);
-    stopped = true;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        stopped = true;
+    }
     wakeup.notify_all();
 }
 

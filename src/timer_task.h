@@ -20,7 +20,11 @@ struct TimerTaskItem {
 };
 
 // The state machine's time-outs: tasks with a due time, run one after the
-// other by the central object's worker thread.
+// other by the central object's worker thread. Arming and cancelling each
+// take the queue's lock once, briefly; the worker is woken only when a new
+// task is due before the time it sleeps until. A cancelled task may leave
+// the worker to wake at its old due time once, find nothing due, and sleep
+// on.
 class TimerTaskQueue {
 public:
     explicit TimerTaskQueue(std::shared_ptr<Clock> clock);
@@ -44,11 +48,17 @@ public:
 
 private:
     std::shared_ptr<Clock> clock_;
+    static constexpr int64_t kNever = INT64_MAX;
+
     std::vector<TimerTaskItem> items;  // latest due first: the next task stands at the back
     std::condition_variable wakeup;
     uint64_t nextId = 1;
     std::mutex mutex;
     bool stopped = false;
+    // The due time a worker waiting in takeNext will wake at by itself;
+    // kNever when it waits without a limit or nobody waits.
+    int64_t workerWakesAt = kNever;
+    bool workerWaiting = false;
 };
 
 }  // namespace ORVANE

@@ -49,7 +49,7 @@ struct Reporter : ::testing::Test {
     Reporter() { control.setOrvaneTrans(&trans); }
     LogCapture logs;
     FakeTransport trans;
-    ControlSDK control;
+    OrvaneControlSDk_private control;
 };
 
 }  // namespace

@@ -118,7 +118,7 @@ TEST(H323Callouts, ATimeOutTakenAsItsCallEndedDoesNothing) {
     auto clock = std::make_shared<ORVANE::ManualClock>();
     ORVANE::TimerTaskQueue timers(clock);
     FakeTransport trans;
-    ORVANE::ControlSDK control;
+    ORVANE::OrvaneControlSDk_private control;
     control.setOrvaneTrans(&trans);
     FakeEngine engine;
     ORVANE::H323Callout h323(callMutex, timers, control, [&] { return &engine; });

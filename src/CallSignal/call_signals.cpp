@@ -28,7 +28,7 @@ json header(const std::string& from, const json& to, const std::string& callId, 
 
 }  // namespace
 
-CallSignalSender::CallSignalSender(OrvaneConference& conf, const DeviceIdentity& identity, ControlSDK& control,
+CallSignalSender::CallSignalSender(OrvaneConference& conf, const DeviceIdentity& identity, OrvaneControlSDk_private& control,
                                    std::function<void()> closeCall)
     : conf_(conf), identity_(identity), control_(control), closeCall_(std::move(closeCall)) {}
 
@@ -37,7 +37,7 @@ void CallSignalSender::storeCallId(const std::string& id) {
     std::memcpy(conf_.callid, id.data(), std::min(id.size(), sizeof conf_.callid - 1));
 }
 
-void CallSignalSender::send(const char* type, const std::string& text) { control_.sendCommand(type, text); }
+void CallSignalSender::send(const char* type, const std::string& text) { control_.sendCallSignal(type, text); }
 
 int CallSignalSender::sendRegistration(const char* command, json body) {
     const std::string callId = newCallId();

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "orvane/controlsdk.h"
+#include "ServerInteraction/orvanecontrolsdk_p.h"
 
 namespace ORVANE {
 
@@ -19,7 +19,7 @@ class DeviceIdentity;
 class CallSignalSender {
 public:
     // `closeCall` empties the call's data once BYE has gone out.
-    CallSignalSender(OrvaneConference& conf, const DeviceIdentity& identity, ControlSDK& control,
+    CallSignalSender(OrvaneConference& conf, const DeviceIdentity& identity, OrvaneControlSDk_private& control,
                      std::function<void()> closeCall);
 
     int callserver_register();
@@ -42,7 +42,7 @@ private:
 
     OrvaneConference& conf_;
     const DeviceIdentity& identity_;
-    ControlSDK& control_;
+    OrvaneControlSDk_private& control_;
     std::function<void()> closeCall_;
 };
 

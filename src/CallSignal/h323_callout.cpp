@@ -21,7 +21,7 @@ const char* const kInvalidUserId = "H323Callout_InvalidUserId";
 
 }  // namespace
 
-H323Callout::H323Callout(std::recursive_mutex& callMutex, TimerTaskQueue& timers, ControlSDK& control,
+H323Callout::H323Callout(std::recursive_mutex& callMutex, TimerTaskQueue& timers, OrvaneControlSDk_private& control,
                          std::function<AVSDK*()> media)
     : callMutex_(callMutex), timers_(timers), control_(control), media_(std::move(media)) {}
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orvane/avsdk.h"
-#include "orvane/controlsdk.h"
+#include "ServerInteraction/orvanecontrolsdk_p.h"
 
 namespace ORVANE {
 
@@ -35,7 +35,7 @@ class H323Callout {
 public:
     static constexpr int64_t kLimitSeconds = 30;
 
-    H323Callout(std::recursive_mutex& callMutex, TimerTaskQueue& timers, ControlSDK& control,
+    H323Callout(std::recursive_mutex& callMutex, TimerTaskQueue& timers, OrvaneControlSDk_private& control,
                 std::function<AVSDK*()> media);
 
     // Queues an order; calls it at once when no other call is under way.
@@ -73,7 +73,7 @@ private:
 
     std::recursive_mutex& callMutex_;
     TimerTaskQueue& timers_;
-    ControlSDK& control_;
+    OrvaneControlSDk_private& control_;
     std::function<AVSDK*()> media_;
 
     // The orders not finished yet, oldest first; the first is under way.

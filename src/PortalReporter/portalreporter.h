@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "orvane/controlsdk.h"
+#include "ServerInteraction/orvanecontrolsdk_p.h"
 
 namespace ORVANE {
 
@@ -75,7 +75,7 @@ private:
 // when the process exits.
 class PortalReporter {
 public:
-    explicit PortalReporter(ControlSDK& control) : control_(control) {}
+    explicit PortalReporter(OrvaneControlSDk_private& control) : control_(control) {}
     ~PortalReporter() { stop(); }
     PortalReporter(const PortalReporter&) = delete;
     PortalReporter& operator=(const PortalReporter&) = delete;
@@ -96,7 +96,7 @@ private:
     void run();
     void _Server_SyncControlPanel(const std::string& data);
 
-    ControlSDK& control_;
+    OrvaneControlSDk_private& control_;
     std::atomic<bool> running_{true};
     PortalQueue<PortalMsg> queue_;
     std::mutex threadMutex_;  // starting and stopping the thread

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -371,22 +372,32 @@ void setCmdIdentity(bool isMeetingRoomDevice, const std::string& deviceId, const
 
 std::string restEnvelope(const std::string& id, const std::string& url, const std::string& verb,
                          const std::string& payload) {
-    json param = json::object();
-    param["payload"] = payload;
-    param["type"] = verb;
-    param["url"] = url;
-    json msg = json::object();
-    msg["id"] = id;
-    msg["method"] = "quelmar";
-    msg["msg"] = "method";
-    msg["params"] = json::array({param});
-    return dump(msg);
+    // Written straight from the parts, keys in the order dump would sort them.
+    std::string out;
+    out.reserve(80 + id.size() + url.size() + verb.size() + payload.size() + payload.size() / 8);
+    out += "{\"id\":";
+    appendJsonString(out, id);
+    out += ",\"method\":\"quelmar\",\"msg\":\"method\",\"params\":[{\"payload\":";
+    appendJsonString(out, payload);
+    out += ",\"type\":";
+    appendJsonString(out, verb);
+    out += ",\"url\":";
+    appendJsonString(out, url);
+    out += "}]}";
+    return out;
 }
 
 RestBuilder restBuilderFor(const std::string& type) {
-    const Row* const end = rows() + static_cast<size_t>(Cmd::count);
-    const Row* row = std::find_if(rows(), end, [&](const Row& r) { return r.routed && type == r.type; });
-    if (row == end) return {};
+    // Every command sent looks its row up: by hash, not down the table.
+    static const std::unordered_map<std::string_view, const Row*> byType = [] {
+        std::unordered_map<std::string_view, const Row*> index;
+        for (const Row* row = rows(); row != rows() + static_cast<size_t>(Cmd::count); ++row)
+            if (row->routed) index.emplace(row->type, row);  // the first row of a type wins
+        return index;
+    }();
+    const auto found = byType.find(type);
+    if (found == byType.end()) return {};
+    const Row* row = found->second;
     return [row](const std::string& id, const std::string& data) { return run(*row, id, data); };
 }
 

@@ -28,7 +28,30 @@ std::string webFormOf(const std::string& fileserver) {
     return fileserver;
 }
 
+// The envelope of a call signal, around its JSON text.
+std::string callSignalEnvelope(const std::string& type, const std::string& payload) {
+    const std::string id = type + "_MQ_CALLMASTER";
+    std::string out;
+    out.reserve(96 + 2 * id.size() + payload.size());
+    out += "{\"id\":";
+    CtrlSDKUtils::appendJsonString(out, id);
+    out += ",\"method\":\"quelmar\",\"msg\":\"method\",\"params\":[{\"id\":";
+    CtrlSDKUtils::appendJsonString(out, id);
+    out += ",\"payload\":";
+    out += payload;
+    out += ",\"type\":\"MQ_CALLMASTER\"}]}";
+    return out;
+}
+
 }  // namespace
+
+void OrvaneControlSDk_private::TextListener::onCtrlCommand(const std::string& type, const std::string& json) {
+    if (ControlSDK::Listner* l = listener) l->onCtrlCommand(type, json);
+}
+
+void OrvaneControlSDk_private::TextListener::onCtrlEvent(const std::string& type, nlohmann::json& args) {
+    if (ControlSDK::Listner* l = listener) l->onCtrlNotify(type, CtrlSDKUtils::dump(args));
+}
 
 void OrvaneControlSDk_private::setOrvaneTrans(TransSDK* t) {
     {
@@ -39,17 +62,19 @@ void OrvaneControlSDk_private::setOrvaneTrans(TransSDK* t) {
 }
 
 void OrvaneControlSDk_private::setListener(ControlSDK::Listner* l) {
+    textListener_.listener = l;
+    setReceiver(l ? &textListener_ : nullptr);
+}
+
+void OrvaneControlSDk_private::setReceiver(ControlReceiver* r) {
     std::lock_guard<std::mutex> lock(mutex_);
-    listener = l;
+    receiver = r;
 }
 
 std::string OrvaneControlSDk_private::wrapCallSignal(const std::string& type, const std::string& data) {
     const json payload = CtrlSDKUtils::parseQuiet(data);
     if (payload.is_discarded()) return {};
-    const std::string id = type + "_MQ_CALLMASTER";
-    const json inner = {{"type", "MQ_CALLMASTER"}, {"payload", payload}, {"id", id}};
-    const json outer = {{"msg", "method"}, {"method", "quelmar"}, {"id", id}, {"params", json::array({inner})}};
-    return CtrlSDKUtils::dump(outer);
+    return callSignalEnvelope(type, CtrlSDKUtils::dump(payload));
 }
 
 bool OrvaneControlSDk_private::buildRequest(const std::string& type, const std::string& data, std::string& text) {
@@ -77,17 +102,26 @@ bool OrvaneControlSDk_private::buildRequest(const std::string& type, const std::
     return true;
 }
 
-void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::string& data) {
+TransSDK* OrvaneControlSDk_private::transportFor(const std::string& type, const std::string& data) {
     TransSDK* t;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         t = trans;
-        if (t != nullptr) requests[type] = data;
+        if (t != nullptr) {
+            auto it = requests.find(type);
+            if (it != requests.end())
+                it->second = data;
+            else
+                requests.emplace(type, data);
+        }
     }
-    if (t == nullptr) {
-        LOG_ERROR("OrvaneControlSDk_private::sendCommand: 没有发送通道,无法处理\n");
-        return;
-    }
+    if (t == nullptr) LOG_ERROR("OrvaneControlSDk_private::sendCommand: 没有发送通道,无法处理\n");
+    return t;
+}
+
+void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::string& data) {
+    TransSDK* t = transportFor(type, data);
+    if (t == nullptr) return;
     std::string text;
     try {
         if (!buildRequest(type, data, text)) return;
@@ -99,8 +133,18 @@ void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::s
     t->sendTextMessage(text);
 }
 
+void OrvaneControlSDk_private::sendCallSignal(const char* type, const std::string& signalText) {
+    const std::string name = type;
+    TransSDK* t = transportFor(name, signalText);
+    if (t == nullptr) return;
+    const std::string text = callSignalEnvelope(name, signalText);
+    LOG_DEBUG("Confsdk - CallSignal dump={}", text);
+    t->sendTextMessage(text);
+}
+
 void OrvaneControlSDk_private::onProcess(const std::string& name, const std::string& data) {
     if (name != "textmessage_process") return;
+    refreshLogLevel();
     // Whatever the server sends, the transport's thread must go on.
     try {
         process(data);
@@ -114,19 +158,19 @@ void OrvaneControlSDk_private::onProcess(const std::string& name, const std::str
 }
 
 void OrvaneControlSDk_private::process(const std::string& data) {
-    const json message = CtrlSDKUtils::parseQuiet(data);
+    json message = CtrlSDKUtils::parseQuiet(data);
     if (!message.is_object() || !message.contains("msg")) {
         LOG_ERROR("OrvaneControlSDk_private::onProcess - data does NOT contain msg key! data={}", data);
         return;
     }
     const std::string msg = message["msg"].get<std::string>();
 
-    ControlSDK::Listner* l;
+    ControlReceiver* r;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        l = listener;
+        r = receiver;
     }
-    if (l == nullptr) return;
+    if (r == nullptr) return;
 
     if (msg == "result") {
         const std::string id = message.at("id").get<std::string>();
@@ -138,26 +182,27 @@ void OrvaneControlSDk_private::process(const std::string& data) {
             if (it == requests.end()) return;
             reqdata = it->second;
         }
-        json reply = {{"reqdata", reqdata}};
-        if (message.contains("data")) reply["result"] = message;
-        l->onCtrlCommand(id.substr(0, id.find('@')), CtrlSDKUtils::dump(reply));
+        json reply = {{"reqdata", std::move(reqdata)}};
+        if (message.contains("data")) reply["result"] = std::move(message);
+        r->onCtrlCommand(id.substr(0, id.find('@')), CtrlSDKUtils::dump(reply));
     } else if (msg == "internal_info") {
         // Nothing reads the web form of the file server yet; the message goes
         // on as the server sent it, whatever it holds.
         auto fileserver = message.find("fileserver");
         if (fileserver != message.end() && fileserver->is_string())
             LOG_DEBUG("internal_info: fileserver={}", webFormOf(fileserver->get<std::string>()));
-        l->onCtrlCommand("login_info", CtrlSDKUtils::dump(message));
+        r->onCtrlCommand("login_info", CtrlSDKUtils::dump(message));
     } else if (msg == "changed") {
         auto collection = message.find("collection");
         if (collection == message.end() || !collection->is_string()) return;
-        const std::string c = collection->get<std::string>();
+        const std::string& c = collection->get_ref<const std::string&>();
         if (c != "stream-quelmar-notify-user" && c != "stream-quelmar-notify-device") return;
         auto fields = message.find("fields");
-        if (fields == message.end() || !fields->is_object() || !fields->contains("eventName") ||
-            !fields->contains("args"))
-            return;
-        l->onCtrlNotify(fields->at("eventName").get<std::string>(), CtrlSDKUtils::dump(fields->at("args")));
+        if (fields == message.end() || !fields->is_object()) return;
+        auto event = fields->find("eventName");
+        auto args = fields->find("args");
+        if (event == fields->end() || args == fields->end()) return;
+        r->onCtrlEvent(event->get<std::string>(), *args);
     }
 }
 
