@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 
+#include "command_refusal.h"
 #include "orvane/controlsdk.h"
 #include "orvane/transsdk.h"
 
@@ -16,6 +17,7 @@ public:
     void onProcess(const std::string& name, const std::string& data) override;
     ~OrvaneControlSDk_private() override = default;
 
+    // Sends the command's wire text; a refusal is left for lastRefusal().
     void sendCommand(const std::string& type, const std::string& data);
     void setOrvaneTrans(TransSDK* t);
     void setListener(ControlSDK::Listner* l);
@@ -25,8 +27,9 @@ public:
     static std::string wrapCallSignal(const std::string& type, const std::string& data);
 
 private:
-    // The wire text for `type`, or false when the type has no entry.
-    bool buildRequest(const std::string& type, const std::string& data, std::string& text);
+    // The wire text for `type`; why not, when the type has no entry or its
+    // data cannot give one.
+    Refusal buildRequest(const std::string& type, const std::string& data, std::string& text);
     void process(const std::string& data);
 
     std::mutex mutex_;  // guards the three fields below; never held while calling out
