@@ -503,6 +503,7 @@ void SimServers::onInvite(const json& invite) {
                       {"signalHeader", member(invite, "signalHeader")},
                       {"signalBody", json::object()}};
         if (!reason.is_null()) error["startLine"]["statusCode"]["reason"] = reason;
+        this->refuse("INVITE to " + dialNumber, message);
         call_ = json();
         callConfid_.clear();
         callState_ = "ended";

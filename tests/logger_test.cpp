@@ -75,29 +75,26 @@ TEST(Logger, QualifiedFunctionNames) {
 // An application that keeps standard output to itself: no fallback line, no
 // fallback logger, no call-signal intake lines; and back on, all as before.
 TEST(ConsoleOutput, TurnedOffNothingReachesStandardOutput) {
-    ORVANE::setOrvaneGlobalLogger(nullptr);
+    // What writes to standard output: a log line without a logger, and a
+    // call signal taken in.
+    auto printed = [] {
+        ORVANE::setOrvaneGlobalLogger(nullptr);
+        testing::internal::CaptureStdout();
+        logSomething();
+        {
+            Harness h("QC");
+            h.initMedia("QC");
+            deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "call-1"));
+        }
+        ORVANE::setOrvaneGlobalLogger(nullptr);
+        return testing::internal::GetCapturedStdout();
+    };
     ORVANE::setConsoleOutput(false);
-    testing::internal::CaptureStdout();
-    logSomething();
-    {
-        Harness h("QC");
-        h.initMedia("QC");
-        deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "call-1"));
-    }
-    ORVANE::setOrvaneGlobalLogger(nullptr);
-    const std::string quiet = testing::internal::GetCapturedStdout();
+    const std::string quiet = printed();
     ORVANE::setConsoleOutput(true);
     EXPECT_EQ(quiet, "");
 
-    testing::internal::CaptureStdout();
-    logSomething();
-    {
-        Harness h("QC");
-        h.initMedia("QC");
-        deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "call-1"));
-    }
-    ORVANE::setOrvaneGlobalLogger(nullptr);
-    const std::string loud = testing::internal::GetCapturedStdout();
+    const std::string loud = printed();
     EXPECT_NE(loud.find("Logger ERROR: can NOT find OrvaneGlobalLogger"), std::string::npos);
     EXPECT_NE(loud.find("fallback line 42"), std::string::npos);
     EXPECT_NE(loud.find("\nonCtrlNotify CSEQ=123456789 REGISTER\n"), std::string::npos);
