@@ -7,6 +7,8 @@ packages=(
   g++ cmake make
   nlohmann-json3-dev libspdlog-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # line editing and history in the console client
+  libedit-dev
   # the lobby window (Xlib); its tests and screenshots under Xvfb and openbox
   libx11-dev
   xvfb xauth imagemagick openbox wmctrl

@@ -147,7 +147,11 @@ int SimEngine::setConfSignal(const std::string& signalJson) {
     return 0;
 }
 
-void SimEngine::endCall(const std::string& reason) { reportEnd(reason); }
+bool SimEngine::endCall(const std::string& reason) {
+    if (noMeeting("endCall") != 0) return false;
+    reportEnd(reason);
+    return true;
+}
 
 int SimEngine::setAudio(const std::vector<std::string>& userids, bool muted, const char* status) {
     json changes = json::array();
@@ -208,12 +212,30 @@ bool SimEngine::canUnmuteByMyself() {
 }
 
 int SimEngine::refuse(const std::string& op) {
-    trace("refused", op + ": the local user's role does not allow it");
-    return kNotAllowed;
+    return refuse(op, "the local user's role does not allow it", kNotAllowed);
+}
+
+int SimEngine::refuse(const std::string& op, const std::string& why, int code) {
+    trace("refused", op + ": " + why);
+    return code;
+}
+
+int SimEngine::noMeeting(const std::string& op) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (inMeeting_) return 0;
+    }
+    return refuse(op, "not in a meeting", kNoMeeting);
+}
+
+int SimEngine::unknownUser(const std::string& op, const std::string& userid) {
+    if (knows(userid)) return 0;
+    return refuse(op, "nobody in the meeting has the id " + (userid.empty() ? "\"\"" : userid), kNoSuchUser);
 }
 
 int SimEngine::muteAllAudio(bool allowUnmute) {
     trace("muteAllAudio", allowUnmute ? "self-unmute allowed" : "self-unmute not allowed");
+    if (const int no = noMeeting("muteAllAudio")) return no;
     if (!moderatesNow()) return refuse("muteAllAudio");
     std::vector<std::string> others;
     {
@@ -227,6 +249,7 @@ int SimEngine::muteAllAudio(bool allowUnmute) {
 
 int SimEngine::unmuteAllAudio() {
     trace("unmuteAllAudio");
+    if (const int no = noMeeting("unmuteAllAudio")) return no;
     if (!moderatesNow()) return refuse("unmuteAllAudio");
     std::vector<std::string> all;
     {
@@ -241,31 +264,34 @@ int SimEngine::muteAudio(const std::string& userid, bool allowUnmute) {
     trace("muteAudio", userid);
     (void)allowUnmute;
     if (!moderatesNow()) return refuse("muteAudio");
-    if (!knows(userid)) return -1;
+    if (const int no = unknownUser("muteAudio", userid)) return no;
     return setAudio({userid}, true, "Audio_Muted_ByHost");
 }
 
 int SimEngine::unmuteAudio(const std::string& userid) {
     trace("unmuteAudio", userid);
     if (!moderatesNow()) return refuse("unmuteAudio");
-    if (!knows(userid)) return -1;
+    if (const int no = unknownUser("unmuteAudio", userid)) return no;
     return setAudio({userid}, false, "Audio_UnMuted_ByHost");
 }
 
 int SimEngine::muteVideo(const std::string& userid) {
     trace("muteVideo", userid);
     if (userid != myUserId() && !moderatesNow()) return refuse("muteVideo");
+    if (const int no = unknownUser("muteVideo", userid)) return no;
     return setVideo(userid, true);
 }
 
 int SimEngine::unmuteVideo(const std::string& userid) {
     trace("unmuteVideo", userid);
     if (userid != myUserId() && !moderatesNow()) return refuse("unmuteVideo");
+    if (const int no = unknownUser("unmuteVideo", userid)) return no;
     return setVideo(userid, false);
 }
 
 int SimEngine::lockMeeting(bool lock) {
     trace("lockMeeting", lock ? "on" : "off");
+    if (const int no = noMeeting("lockMeeting")) return no;
     if (!moderatesNow()) return refuse("lockMeeting");
     {
         std::lock_guard<std::mutex> guard(mutex_);
@@ -279,6 +305,7 @@ int SimEngine::lockMeeting(bool lock) {
 int SimEngine::setHost(const std::string& userid) {
     trace("setHost", userid);
     if (!isHostUser()) return refuse("setHost");
+    if (const int no = unknownUser("setHost", userid)) return no;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto it = users_.find(userid);
@@ -295,6 +322,7 @@ int SimEngine::setHost(const std::string& userid) {
 int SimEngine::assignCohost(const std::string& userid) {
     trace("assignCohost", userid);
     if (!isHostUser()) return refuse("assignCohost");
+    if (const int no = unknownUser("assignCohost", userid)) return no;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto it = users_.find(userid);
@@ -309,6 +337,7 @@ int SimEngine::assignCohost(const std::string& userid) {
 int SimEngine::revokeCohost(const std::string& userid) {
     trace("revokeCohost", userid);
     if (!isHostUser()) return refuse("revokeCohost");
+    if (const int no = unknownUser("revokeCohost", userid)) return no;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto it = users_.find(userid);
@@ -321,6 +350,7 @@ int SimEngine::revokeCohost(const std::string& userid) {
 }
 
 std::string SimEngine::userJoins(const std::string& name, const std::string& participantID) {
+    if (noMeeting("join of " + name) != 0) return {};
     ORVANE::AvUserInfo info;
     info.name = name;
     std::string userid;
@@ -340,6 +370,8 @@ std::string SimEngine::userJoins(const std::string& name, const std::string& par
 }
 
 bool SimEngine::userLeaves(const std::string& userid) {
+    if (unknownUser("leave", userid) != 0) return false;
+    if (userid == myUserId()) return refuse("leave", "the local user leaves with leave()", kNoSuchUser) == 0;
     std::string newHost;
     {
         std::lock_guard<std::mutex> lock(mutex_);

@@ -81,6 +81,10 @@ public:
 
     // What an engine answers when the local user's role forbids the call.
     static constexpr int kNotAllowed = 3;
+    // ... when the call needs a meeting and there is none, or names a user
+    // who is not in it. Each refusal is traced as "refused" with why.
+    static constexpr int kNoMeeting = 4;
+    static constexpr int kNoSuchUser = -1;
 
     // How the engine answers a call-out to a room system.
     enum class CalloutAnswer {
@@ -99,8 +103,9 @@ public:
     void setHost(bool host);
     // Applies to the next join only; later joins succeed plainly again.
     void planNextJoin(const JoinPlan& plan);
-    // The engine ends the call by itself, with this end reason first.
-    void endCall(const std::string& reason);
+    // The engine ends the call by itself, with this end reason first; false,
+    // traced, when there is no call.
+    bool endCall(const std::string& reason);
     // The reason reported when the call ends by leave() or endMeeting().
     void setEndReason(const std::string& reason);
     bool inMeeting() const;
@@ -112,7 +117,8 @@ public:
     // The meeting as others live it: each change is reported as a real
     // engine reports it, from its thread after the usual delay.
     // Somebody joins with a client of their own ("orvane" for a client of
-    // this library, which reports itself to the servers); gives their user id.
+    // this library, which reports itself to the servers); gives their user
+    // id, or nothing (traced) when there is no meeting to join.
     std::string userJoins(const std::string& name, const std::string& participantID = "orvane");
     // Somebody leaves; false when nobody has this id. When the host leaves,
     // the local user is host again.
@@ -159,6 +165,12 @@ protected:
     bool knows(const std::string& userid) const;
     // Traces the refusal of an operation the local user's role forbids.
     int refuse(const std::string& op);
+    // Traces the refusal of an order that cannot be, and why; gives `code`.
+    int refuse(const std::string& op, const std::string& why, int code);
+    // The refusal of an operation on the meeting when there is none, or on
+    // a user not in it; 0 when it may go on. noMeeting takes mutex_.
+    int noMeeting(const std::string& op);
+    int unknownUser(const std::string& op, const std::string& userid);
     void notifySoon(const std::string& group, const std::string& cmd, const std::string& data);
 
     mutable std::mutex mutex_;

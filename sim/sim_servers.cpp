@@ -1,5 +1,6 @@
 #include "sim_servers.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -199,11 +200,13 @@ void SimServers::ignoreSignal(const std::string& command, bool ignore) {
 // Each of these is sent with the servers' lock held, so that the order on the
 // wire is the order in which the servers' state changed.
 
-void SimServers::incomingCall(const std::string& fromDialNumber) {
+std::string SimServers::incomingCall(const std::string& fromDialNumber) {
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = conferences_.find(fromDialNumber);
-    // The call server only rings for conferences it knows.
-    if (it == conferences_.end()) return;
+    // The call server only rings for conferences it knows, and a device that
+    // is free.
+    if (it == conferences_.end()) return refuse("incoming call", "no conference has the number " + fromDialNumber);
+    if (inCall()) return refuse("incoming call", "the device is in a call already");
     const Conference& c = it->second;
     json invite = {{"startLine", {{"command", "INVITE"}}},
                    {"signalHeader",
@@ -217,43 +220,50 @@ void SimServers::incomingCall(const std::string& fromDialNumber) {
     enterConference(c.confid);
     callState_ = "ringing";
     sendSignal(invite);
+    return {};
 }
 
-void SimServers::cancelCall() {
+std::string SimServers::cancelCall() {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!inCall()) return;
+    // A call is cancelled while it is being set up, not once it stands.
+    if (callState_ != "ringing" && callState_ != "accepted")
+        return refuse("cancel", inCall() ? "the call is set up already" : "there is no call");
     json cancel = call_;
     cancel["startLine"] = {{"command", "CANCEL"}};
     cancel["signalHeader"]["cseq"] = "123456789 CANCEL";
     cancel["signalBody"] = {{"conferenceId", callConfid_}};
     callState_ = "ended";
     sendSignal(cancel);
+    return {};
 }
 
-void SimServers::endCall(const std::string& reason) {
+std::string SimServers::endCall(const std::string& reason) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!inCall()) return;
+    if (!inCall()) return refuse("bye", "there is no call");
     json bye = call_;
     bye["startLine"] = {{"command", "BYE"}};
     bye["signalHeader"]["cseq"] = "123456789 BYE";
     bye["signalBody"] = {{"conferenceId", callConfid_}, {"signalMessage", {{"messageCode", reason}}}};
     callState_ = "ended";
     sendSignal(bye);
+    return {};
 }
 
-void SimServers::moveCall(const std::string& externalDialNumber) {
+std::string SimServers::moveCall(const std::string& externalDialNumber) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!inCall()) return;
+    if (callState_ != "in-call") return refuse("move", "there is no call under way");
     json update = call_;
     update["startLine"] = {{"command", "UPDATE"}};
     update["signalHeader"]["cseq"] = "123456789 UPDATE";
     update["signalBody"] = {{"conferenceId", callConfid_}, {"externalDialNumber", externalDialNumber}};
     call_ = update;
     sendSignal(update);
+    return {};
 }
 
-void SimServers::participantJoins(const Participant& participant) {
+std::string SimServers::participantJoins(const Participant& participant) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (!inCall()) return refuse("join of " + participant.name, "no conference is under way");
     bool known = false;
     for (auto& p : participants_) {
         if (p.deviceId == participant.deviceId) {
@@ -263,37 +273,41 @@ void SimServers::participantJoins(const Participant& participant) {
     }
     if (!known) participants_.push_back(participant);
     sendEndpointChange("confmgr_participant_join", participantEndpoint(participant));
+    return {};
 }
 
-void SimServers::participantLeaves(const std::string& deviceId) {
+std::string SimServers::participantLeaves(const std::string& deviceId) {
     std::lock_guard<std::mutex> lock(mutex_);
-    Participant gone;
-    gone.deviceId = deviceId;
-    for (auto it = participants_.begin(); it != participants_.end(); ++it) {
-        if (it->deviceId == deviceId) {
-            gone = *it;
-            participants_.erase(it);
-            break;
-        }
-    }
+    auto it = std::find_if(participants_.begin(), participants_.end(),
+                           [&](const Participant& p) { return p.deviceId == deviceId; });
+    if (it == participants_.end()) return refuse("leave of " + deviceId, deviceId + " is not in the conference");
+    const Participant gone = *it;
+    participants_.erase(it);
     json endpoint = participantEndpoint(gone);
     endpoint["connection"] = false;
     sendEndpointChange("confmgr_participant_leave", endpoint);
+    return {};
 }
 
-void SimServers::controlCommand(const std::string& event, const json& fields) {
+std::string SimServers::controlCommand(const std::string& event, const json& fields) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (!inCall()) return refuse(event, "no conference is under way");
+    const std::string target = str(fields, "deviceId");
+    if (!target.empty() && !isParticipant(target))
+        return refuse(event, target + " is not in the conference");
     json element = fields.is_object() ? fields : json::object();
     element["event"] = event;
     if (event == "ctrl_cmd_start_sync_control_panel") portal_.syncing = flag(element, "syncing");
     if (!element.contains("cmdId")) element["cmdId"] = "cmd-" + std::to_string(nextId_++);
     if (!element.contains("conferenceId")) element["conferenceId"] = callConfid_;
     send(eventName("confmanager_event"), element);
+    return {};
 }
 
-void SimServers::h323CallOut(const std::string& deviceName, const std::string& dialString,
-                             const std::string& protocolType, const std::string& cmdId) {
+std::string SimServers::h323CallOut(const std::string& deviceName, const std::string& dialString,
+                                    const std::string& protocolType, const std::string& cmdId) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (!inCall()) return refuse("call-out to " + deviceName, "no conference is under way");
     send(eventName("callmaster_ctrl_cmd"),
          json{{"event", "ctrl_cmd_call_out_h323"},
               {"cmdId", cmdId},
@@ -304,14 +318,22 @@ void SimServers::h323CallOut(const std::string& deviceName, const std::string& d
                 {"dialString", dialString},
                 {"e164Num", ""},
                 {"protocolType", protocolType}}}});
+    return {};
 }
 
-void SimServers::h323HangUp(const std::string& sdkUserId, const std::string& cmdId) {
+std::string SimServers::h323HangUp(const std::string& sdkUserId, const std::string& cmdId) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (!inCall()) return refuse("hang-up of " + sdkUserId, "no conference is under way");
     send(eventName("callmaster_ctrl_cmd"), json{{"event", "ctrl_cmd_hang_up_h323"},
                                                 {"cmdId", cmdId},
                                                 {"conferenceId", callConfid_},
                                                 {"sdkUserId", sdkUserId}});
+    return {};
+}
+
+void SimServers::setLog(std::function<void(const std::string&)> log) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    log_ = std::move(log);
 }
 
 void SimServers::logout() {
@@ -481,6 +503,7 @@ void SimServers::onInvite(const json& invite) {
                       {"signalHeader", member(invite, "signalHeader")},
                       {"signalBody", json::object()}};
         if (!reason.is_null()) error["startLine"]["statusCode"]["reason"] = reason;
+        this->refuse("INVITE to " + dialNumber, message);
         call_ = json();
         callConfid_.clear();
         callState_ = "ended";
@@ -490,8 +513,10 @@ void SimServers::onInvite(const json& invite) {
     auto it = conferences_.find(dialNumber);
     if (it == conferences_.end()) return refuse(404, "CONFERENCE_NOT_EXIST", json());
     Conference& c = it->second;
-    if (!c.passcode.empty() && str(body, "joinPassword") != c.passcode)
+    if (!c.passcode.empty() && str(body, "joinPassword").empty())
         return refuse(403, "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE", json());
+    if (!c.passcode.empty() && str(body, "joinPassword") != c.passcode)
+        return refuse(403, "CONFERENCE_JOIN_FAIL_INVALID_PASSCODE", json());
     if (c.busy) {
         if (!flag(body, "force"))
             return refuse(409, "CONFERENCE_ROOM_CONFLICT", json::array({{{"conferenceId", c.busyConfid}}}));
@@ -518,6 +543,11 @@ void SimServers::onRest(const std::string& id, const json& params) {
     if (failure != failures_.end()) return fail(id, failure->second);
 
     const std::string url = str(params, "url");
+    const auto [failureType, why] = meetingRequestRefusal(url);
+    if (!failureType.empty()) {
+        refuse(command, why);
+        return fail(id, failureType);
+    }
     const json payload = json::parse(str(params, "payload"), nullptr, false);
 
     if (command == "confinfo_by_dialnum") {
@@ -817,6 +847,33 @@ std::string SimServers::newCallId() {
 
 bool SimServers::inCall() const {
     return callState_ == "ringing" || callState_ == "accepted" || callState_ == "in-call";
+}
+
+std::string SimServers::refuse(const std::string& what, const std::string& why) {
+    if (log_) log_("refused " + what + ": " + why);
+    return why;
+}
+
+bool SimServers::isParticipant(const std::string& deviceOrGuid) const {
+    if (deviceOrGuid == device_.deviceId || (!myGuid_.empty() && deviceOrGuid == myGuid_)) return true;
+    return std::any_of(participants_.begin(), participants_.end(), [&](const Participant& p) {
+        return p.deviceId == deviceOrGuid || (!p.engineUserId.empty() && p.engineUserId == deviceOrGuid);
+    });
+}
+
+// An order on a meeting (its control, or one of its endpoints) is served in
+// the meeting under way only, and on a participant of it. The reports that
+// the client sends (sync data, control panels) may come late and are taken.
+std::pair<std::string, std::string> SimServers::meetingRequestRefusal(const std::string& url) const {
+    const bool onEndpoint = url.find("/endpoint/") != std::string::npos;
+    if (url.find("/control/") == std::string::npos && !onEndpoint) return {};
+    if (url.find("/syncdata") != std::string::npos || url.find("/ping") != std::string::npos) return {};
+    const std::string confid = segmentAfter(url, "/conference/");
+    if (confid.empty() || confid == "control") return {};
+    if (!inCall() || confid != callConfid_) return {"CONFERENCE_NOT_ONGOING", "conference " + confid + " is not under way"};
+    const std::string endpoint = segmentAfter(url, "/endpoint/");
+    if (onEndpoint && !isParticipant(endpoint)) return {"ENDPOINT_NOT_EXIST", endpoint + " is not in the conference"};
+    return {};
 }
 
 }  // namespace orvsim

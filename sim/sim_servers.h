@@ -8,6 +8,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "loopback_transport.h"
@@ -85,20 +86,26 @@ public:
         std::map<std::string, json> endpoints;
     };
 
-    // What the servers start. Each works on the current call, if any.
-    void incomingCall(const std::string& fromDialNumber);  // INVITE for a known conference's number
-    void cancelCall();                                     // CANCEL
-    void endCall(const std::string& reason = "CONF_END_BY_HOST");  // BYE
-    void moveCall(const std::string& externalDialNumber);  // UPDATE to another media meeting, or out of the lobby
-    void participantJoins(const Participant& participant);
-    void participantLeaves(const std::string& deviceId);
+    // What the servers start. Each works on the current call, and gives why
+    // not, empty when it went out: the servers do not act on an order that
+    // cannot be (a call to end when there is none, a participant who is not
+    // there), and say so in their log too.
+    std::string incomingCall(const std::string& fromDialNumber);  // INVITE for a known conference's number
+    std::string cancelCall();                                     // CANCEL
+    std::string endCall(const std::string& reason = "CONF_END_BY_HOST");  // BYE
+    std::string moveCall(const std::string& externalDialNumber);  // UPDATE to another media meeting, or out of the lobby
+    std::string participantJoins(const Participant& participant);
+    std::string participantLeaves(const std::string& deviceId);
     // A control command to the library ("ctrl_cmd_mute" and the like) with the
     // event's further fields. "ctrl_cmd_start_sync_control_panel" switches
-    // the portal's syncing too, which the endpoint list then tells.
-    void controlCommand(const std::string& event, const json& fields = json::object());
-    void h323CallOut(const std::string& deviceName, const std::string& dialString, const std::string& protocolType,
-                     const std::string& cmdId);
-    void h323HangUp(const std::string& sdkUserId, const std::string& cmdId);
+    // the portal's syncing too, which the endpoint list then tells. A
+    // "deviceId" field must name a participant.
+    std::string controlCommand(const std::string& event, const json& fields = json::object());
+    std::string h323CallOut(const std::string& deviceName, const std::string& dialString,
+                            const std::string& protocolType, const std::string& cmdId);
+    std::string h323HangUp(const std::string& sdkUserId, const std::string& cmdId);
+    // The servers' log: one line for each order or request they turn down.
+    void setLog(std::function<void(const std::string&)> log);
     void logout();                                      // "BE_LOGOUT"
     void renameDevice(const std::string& deviceName);   // "devicemgr_device_change_device_name"
 
@@ -150,6 +157,12 @@ private:
     void learnSyncData(const std::string& url, const json& data);
     std::string newCallId();
     bool inCall() const;
+    // Turns an order or a request down: logs why and gives it back.
+    std::string refuse(const std::string& what, const std::string& why);
+    bool isParticipant(const std::string& deviceOrGuid) const;
+    // The failure type and why, when a request on the meeting cannot be
+    // served; empty when it can.
+    std::pair<std::string, std::string> meetingRequestRefusal(const std::string& url) const;
 
     LoopbackTransport& transport_;
     Device device_;
@@ -169,6 +182,7 @@ private:
     std::string myGuid_;  // this device's engine id, as its signals last told
     int nextId_ = 1;      // for the ids the servers make up
     std::mt19937_64 random_;
+    std::function<void(const std::string&)> log_;
 };
 
 }  // namespace orvsim

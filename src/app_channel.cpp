@@ -1,6 +1,11 @@
 #include "app_channel.h"
 
+#include <nlohmann/json.hpp>
+
 #include "call_lock.h"
+#include "ctrlsdk_utils.h"
+#include "logger.h"
+#include "orvane/vocabulary.h"
 
 namespace ORVANE {
 
@@ -20,6 +25,14 @@ void AppChannel::notifyMedia(std::string group, std::string cmd, std::string dat
         CallLock::deliver([l, group = std::move(group), cmd = std::move(cmd), data = std::move(data)] {
             l->onNotify(group, cmd, data);
         });
+}
+
+void AppChannel::commandRefused(const std::string& command, Refusal refusal) const {
+    if (refusal == Refusal::None) return;
+    LOG_DEBUG("command refused: {}, reason={}", command, refusalReason(refusal));
+    if (!refusalNotify_) return;
+    notify(CONFNOTIFY::COMMAND_REFUSED,
+           CtrlSDKUtils::dump(nlohmann::json{{"command", command}, {"reason", refusalReason(refusal)}}));
 }
 
 std::string AppChannel::errMsgFromId(const std::string& id) const {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <string>
 
+#include "command_refusal.h"
 #include "orvane/avsdk.h"
 #include "orvane/confsdk.h"
 #include "orvane/transsdk.h"
@@ -31,10 +32,16 @@ public:
     // The transport's text for a failure id; empty without a transport.
     std::string errMsgFromId(const std::string& id) const;
 
+    // "confsdknotify_command_refused" for a command of the application that
+    // the library did not carry out, when the application has asked for it.
+    void setRefusalNotify(bool on) { refusalNotify_ = on; }
+    void commandRefused(const std::string& command, Refusal refusal) const;
+
 private:
     std::atomic<ConfSDK::Listener*> listener_{nullptr};
     std::atomic<AVSDK::Listener*> mediaListener_{nullptr};
     std::atomic<TransSDK*> trans_{nullptr};
+    std::atomic<bool> refusalNotify_{false};
 };
 
 }  // namespace ORVANE

@@ -2,6 +2,7 @@
 
 #include "CallSignal/callid.h"
 #include "confsdk_p.h"
+#include "console_output.h"
 #include "logger.h"
 
 namespace ORVANE {
@@ -62,8 +63,12 @@ void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
     LOG_INFO("ConfSDK::sendCommand, type={}, data={}\n", type, data);
     try {
         d->sendCommand(type, data);
+    } catch (const nlohmann::json::parse_error& e) {
+        LOG_JSON_ERROR(e.what(), data);
+        d->app().commandRefused(type, Refusal::MalformedJson);
     } catch (const nlohmann::json::exception& e) {
         LOG_JSON_ERROR(e.what(), data);
+        d->app().commandRefused(type, Refusal::BadField);
     } catch (const std::exception& e) {
         LOG_ERROR("ConfSDK::sendCommand failed: {}, type={}", e.what(), type);
     } catch (...) {
@@ -72,6 +77,10 @@ void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
 }
 
 ConfSDK::ConfControlService& ConfSDK::getConfControlService() { return *d; }
+
+void ConfSDK::setRefusalNotify(bool on) { d->app().setRefusalNotify(on); }
+
+void ConfSDK::setConsoleOutput(bool on) { ORVANE::setConsoleOutput(on); }
 
 void ConfSDK::setListener(Listener* listener) {
     guardedVoid("setListener", [&] { d->setListener(listener); });

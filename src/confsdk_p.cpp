@@ -1,10 +1,12 @@
 #include "confsdk_p.h"
 
 #include <chrono>
+#include <exception>
 
 #include "OrvaneLogic/orvanelogic_qv.h"
 #include "avsdk_serialization.h"
 #include "call_lock.h"
+#include "command_refusal.h"
 #include "ctrlsdk_utils.h"
 #include "layout/layout_catalogue.h"
 #include "logger.h"
@@ -17,6 +19,29 @@ using json = nlohmann::json;
 namespace {
 
 std::shared_ptr<Clock> clockOf(const SdkEnv& env) { return env.clock ? env.clock : systemClock(); }
+
+// Tells the application of a command that was not carried out, once, as
+// the command's handling ends (under the call lock: it is delivered after).
+// A command cut short by an exception is told by the facade instead.
+class RefusalReport {
+public:
+    RefusalReport(const AppChannel& app, const std::string& command) : app_(app), command_(command) {}
+    ~RefusalReport() {
+        if (std::uncaught_exceptions() == 0) app_.commandRefused(command_, refusal_);
+    }
+    void note(Refusal refusal) {
+        if (refusal_ == Refusal::None) refusal_ = refusal;
+    }
+
+private:
+    const AppChannel& app_;
+    const std::string& command_;
+    Refusal refusal_ = Refusal::None;
+};
+
+Refusal refusalOf(const json::exception& e) {
+    return dynamic_cast<const json::parse_error*>(&e) ? Refusal::MalformedJson : Refusal::BadField;
+}
 
 bool isLogicCommand(const std::string& type) {
     return type == CONF::MUTEAUDIOLOCAL || type == CONF::MUTEAUDIO || type == CONF::MUTEVIDEO ||
@@ -67,13 +92,18 @@ OrvaneSDKPrivate::~OrvaneSDKPrivate() {
 
 void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& data) {
     CallLock lock(callMutex_);
+    RefusalReport refused(app_, type);
+    // The parts that answer nothing leave their outcome on this thread.
+    auto toControl = [&](const std::string& text) {
+        refused.note(outcomeOf([&] { control_.sendCommand(type, text); }));
+    };
     if (type == CONF::STARTCONF) {
         // Read first, take only when the machine accepts the start: a start
         // refused during a call must leave that call's record as it is.
         const PendingConference pending = readConfinfo(data);
         const json& confinfo = pending.parsed;
         if (confinfo.empty()) LOG_ERROR("ConfSDK::sendCommand - STARTCONF, json data is null");
-        machine_.start_conf([&] {
+        const int started = machine_.start_conf([&] {
             commitConfinfo(pending);
             TransSDK* trans = app_.transport();
             if (trans && trans->isGuestLogined() && !identity_.isMeetingRoomDevice()) {
@@ -92,12 +122,13 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
                 }
             }
         });
+        if (started == STATE_INVALID) refused.note(Refusal::WrongState);
     } else if (type == CONF::REJECTCONF) {
-        machine_.reject_conf();
+        if (machine_.reject_conf() == STATE_INVALID) refused.note(Refusal::WrongState);
     } else if (type == CONF::LEAVECONF) {
         conf_.is_user_call_leave = true;
         LOG_DEBUG("---Call leave conf...--");
-        machine_.leave_conf();
+        if (machine_.leave_conf() == STATE_INVALID) refused.note(Refusal::WrongState);
         LOG_DEBUG("---Call leave conf completed...--");
         // Whatever the state made of the leave, the call is over here, and
         // with it the time-out of the state it was in.
@@ -105,40 +136,48 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
         LOG_DEBUG("----ConfState change to idle state---");
     } else if (type == CONF::ENDCONF) {
         conf_.is_user_call_leave = true;
-        if (av_)
+        if (av_) {
             av_->endMeeting();
-        else
+        } else {
             LOG_ERROR("ERROR! getMediaService return null, please call initMediaService first.\n");
+            refused.note(Refusal::WrongState);
+        }
     } else if (isLogicCommand(type)) {
         try {
-            logic_->sendCommand(type, data);
+            refused.note(outcomeOf([&] { logic_->sendCommand(type, data); }));
         } catch (const json::exception& e) {
             // A value of the wrong type in the application's data.
             LOG_JSON_ERROR(e.what(), data);
+            refused.note(Refusal::BadField);
         }
     } else if (type == CONF::ENDPOINTS) {
         const json j = CtrlSDKUtils::parseQuiet(data);
-        if (!j.is_object() || !j.contains("confid")) return;
+        if (!j.is_object() || !j.contains("confid")) {
+            refused.note(j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
+            return;
+        }
         try {
             std::string confid = j["confid"].get<std::string>();
             if (confid.empty()) confid = conf_.confid;
-            control_.sendCommand(type, CtrlSDKUtils::dump(json{{"confid", confid}}));
+            toControl(CtrlSDKUtils::dump(json{{"confid", confid}}));
         } catch (const json::exception& e) {
             LOG_JSON_ERROR(e.what(), data);
+            refused.note(Refusal::BadField);
         }
     } else if (type == CONF::SYNCDATA) {
         const std::string request = checkSyncCommand(data);
-        control_.sendCommand(type, request.empty() ? data : request);
+        toControl(request.empty() ? data : request);
     } else if (type == CONF::UPDATEDEVICENAME) {
         try {
             json j = json::parse(data);
             j["deviceid"] = identity_.deviceId();
-            control_.sendCommand(type, CtrlSDKUtils::dump(j));
+            toControl(CtrlSDKUtils::dump(j));
         } catch (const json::exception& e) {
             LOG_JSON_ERROR(e.what(), data);
+            refused.note(refusalOf(e));
         }
     } else {
-        control_.sendCommand(type, data);
+        toControl(data);
     }
 }
 

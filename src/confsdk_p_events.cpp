@@ -5,6 +5,7 @@
 
 #include "call_lock.h"
 #include "confsdk_p.h"
+#include "console_output.h"
 #include "ctrlsdk_utils.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
@@ -245,8 +246,10 @@ void OrvaneSDKPrivate::onCallSignal(json& args) {
     try {
         command = signal.at("startLine").at("command").get<std::string>();
         cseq = signal.at("signalHeader").at("cseq").get<std::string>();
-        std::fprintf(stdout, "\nonCtrlNotify CSEQ=%s\n", cseq.c_str());
-        std::fflush(stdout);
+        if (consoleOutput()) {
+            std::fprintf(stdout, "\nonCtrlNotify CSEQ=%s\n", cseq.c_str());
+            std::fflush(stdout);
+        }
         const auto words = CtrlSDKUtils::split(cseq, ' ');
         if (words.size() > 1) cseqCommand = words[1];
     } catch (const json::exception& e) {

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <mutex>
 
+#include "console_output.h"
+
 namespace ORVANE {
 
 namespace {
@@ -36,19 +38,26 @@ void refreshLogLevel() {
 
 std::shared_ptr<spdlog::logger> OrvaneGlobalLogger() {
     if (auto logger = std::atomic_load(&g_logger)) return logger;
+    // An application that keeps standard output to itself and has set no
+    // logger hears nothing from the library.
+    if (!consoleOutput()) return nullptr;
 
+    std::shared_ptr<spdlog::logger> fallback;
     {
         // Two threads may both miss the registry; only one may create.
         std::lock_guard<std::mutex> lock(g_fallbackMutex);
-        auto fallback = spdlog::get(kFallbackName);
+        fallback = spdlog::get(kFallbackName);
         if (!fallback) fallback = spdlog::stdout_color_mt(kFallbackName);
-        spdlog::set_default_logger(fallback);
+        // spdlog's own default logger has no name: one with a name is the
+        // application's, and stays its default.
+        const auto current = spdlog::default_logger();
+        if (!current || current->name().empty()) spdlog::set_default_logger(fallback);
     }
     std::fputs("Logger ERROR: can NOT find ", stdout);
     std::fputs("OrvaneGlobalLogger", stdout);
     std::fputs(", return default log\n", stdout);
     std::fflush(stdout);
-    return spdlog::default_logger();
+    return fallback;
 }
 
 namespace detail {

@@ -9,7 +9,8 @@
 namespace ORVANE {
 
 // The logger of every log statement: the application's, or the console
-// fallback "tmp_console_log" with an error line on standard output first.
+// fallback "tmp_console_log" with an error line on standard output first;
+// null (nothing is logged) while the console output is turned off.
 std::shared_ptr<spdlog::logger> OrvaneGlobalLogger();
 // Replaces the application's logger; an empty handle brings the fallback back.
 void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger);

@@ -128,3 +128,61 @@ TEST(WithSimServers, TheLobbyAndAMoveOutOfIt) {
     EXPECT_EQ(w.engine.meetingNumber(), "99022");
     EXPECT_EQ(w.servers.signals("OK").back()["signalBody"]["externalGuid"], w.engine.myUserId());
 }
+
+// Through the exported interface: a second start during a meeting is told
+// to an application that asked, and the servers and the engine turn down
+// orders that cannot be, saying why.
+TEST(WithSimServers, RefusalsAreToldNotActedOn) {
+    FRESH_PROCESS();
+    World w;
+    std::vector<std::string> serverLog;
+    w.servers.setLog([&](const std::string& line) { serverLog.push_back(line); });
+    w.sdk->setRefusalNotify(true);
+
+    // Idle: the engine does not lock a meeting it is not in; the conference
+    // manager does not end a conference that is not under way.
+    EXPECT_EQ(w.engine.lockMeeting(true), orvsim::SimEngine::kNoMeeting);
+    EXPECT_FALSE(w.engine.locked());
+    w.sdk->sendCommand("confControlterminate", R"({"confid":"conf-8001"})");
+    ASSERT_TRUE(w.until("confControlterminate"));
+    EXPECT_EQ(json::parse(w.app.ofType("confControlterminate")[0].data)["result"]["data"]["type"],
+              "CONFERENCE_NOT_ONGOING");
+    EXPECT_EQ(w.servers.endCall(), "there is no call");
+
+    w.call({{"conferenceDialNumber", "8001"}});
+    ASSERT_TRUE(w.until("MeetingServiceEvent/onCallConnected"));
+    w.settle();
+    w.call({{"conferenceDialNumber", "8002"}});
+    ASSERT_EQ(w.app.count("confsdknotify_command_refused"), 1u);
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_command_refused")[0].data),
+              (json{{"command", "startconf"}, {"reason", "wrong_state"}}));
+    EXPECT_EQ(w.servers.callState(), "in-call");
+
+    // In the meeting: nobody called dev-nobody is there to disconnect.
+    w.sdk->sendCommand("confControldisconnectparticipant", R"({"confid":"conf-8001","externalDeviceId":"dev-nobody"})");
+    ASSERT_TRUE(w.until("confControldisconnectparticipant"));
+    EXPECT_EQ(json::parse(w.app.ofType("confControldisconnectparticipant")[0].data)["result"]["data"]["type"],
+              "ENDPOINT_NOT_EXIST");
+    EXPECT_EQ(w.servers.participantLeaves("dev-nobody"), "dev-nobody is not in the conference");
+    EXPECT_EQ(w.engine.lockMeeting(true), 0);
+    ASSERT_EQ(serverLog.size(), 4u);
+    EXPECT_EQ(serverLog[0], "refused confControlterminate: conference conf-8001 is not under way");
+    EXPECT_EQ(serverLog[3], "refused leave of dev-nobody: dev-nobody is not in the conference");
+}
+
+// A passcode that is wrong is answered as wrong, not as missing.
+TEST(WithSimServers, WrongPasscodeIsNotAMissingOne) {
+    FRESH_PROCESS();
+    World w;
+    w.servers.addConference({"conf-8003", "8003", "99003", "Board", "1234", false, ""});
+    w.call({{"conferenceDialNumber", "8003"}, {"passcode", "9999"}});
+    ASSERT_TRUE(w.until("confsdknotify_exception_in_meeting"));
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[0].data)["type"],
+              "CONFERENCE_JOIN_FAIL_INVALID_PASSCODE");
+    EXPECT_EQ(w.app.count("confsdknotify_need_passcode"), 0u);
+
+    w.call({{"conferenceDialNumber", "8003"}});
+    ASSERT_TRUE(w.until("confsdknotify_need_passcode"));
+    EXPECT_EQ(json::parse(w.app.ofType("confsdknotify_exception_in_meeting")[1].data)["type"],
+              "CONFERENCE_JOIN_FAIL_MISSING_PASSCODE");
+}

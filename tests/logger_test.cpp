@@ -2,8 +2,11 @@
 // statements, and the function names passed with every line.
 #include <gtest/gtest.h>
 
+#include "console_output.h"
+#include "harness.h"
 #include "log_capture.h"
 #include "logger.h"
+#include "server_events.h"
 
 using namespace orvtest;
 
@@ -67,4 +70,48 @@ TEST(Logger, QualifiedFunctionNames) {
     LogCapture logs;
     Widget().method({});
     EXPECT_EQ(logs.lines().at(0).function, "{anonymous}::Widget::method");
+}
+
+// An application that keeps standard output to itself: no fallback line, no
+// fallback logger, no call-signal intake lines; and back on, all as before.
+TEST(ConsoleOutput, TurnedOffNothingReachesStandardOutput) {
+    // What writes to standard output: a log line without a logger, and a
+    // call signal taken in.
+    auto printed = [] {
+        ORVANE::setOrvaneGlobalLogger(nullptr);
+        testing::internal::CaptureStdout();
+        logSomething();
+        {
+            Harness h("QC");
+            h.initMedia("QC");
+            deliverEvent(h.trans, "callmaster_event", callSignal("OK", "REGISTER", "call-1"));
+        }
+        ORVANE::setOrvaneGlobalLogger(nullptr);
+        return testing::internal::GetCapturedStdout();
+    };
+    ORVANE::setConsoleOutput(false);
+    const std::string quiet = printed();
+    ORVANE::setConsoleOutput(true);
+    EXPECT_EQ(quiet, "");
+
+    const std::string loud = printed();
+    EXPECT_NE(loud.find("Logger ERROR: can NOT find OrvaneGlobalLogger"), std::string::npos);
+    EXPECT_NE(loud.find("fallback line 42"), std::string::npos);
+    EXPECT_NE(loud.find("\nonCtrlNotify CSEQ=123456789 REGISTER\n"), std::string::npos);
+}
+
+// The fallback logs to the console, but an spdlog default logger the
+// application has set stays its default and gets none of the library's lines.
+TEST(ConsoleOutput, FallbackKeepsTheApplicationsDefaultLogger) {
+    const auto before = spdlog::default_logger();
+    LogCapture appLogs;  // its logger, named "capture", made the default below
+    ORVANE::setOrvaneGlobalLogger(nullptr);
+    spdlog::set_default_logger(appLogs.logger());
+    testing::internal::CaptureStdout();
+    logSomething();
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(spdlog::default_logger(), appLogs.logger());
+    EXPECT_TRUE(appLogs.lines().empty());
+    EXPECT_NE(out.find("fallback line 42"), std::string::npos);
+    spdlog::set_default_logger(before);
 }

@@ -6,8 +6,14 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
-#include <unistd.h>
+#include <editline/readline.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cmath>
+#include <cstdlib>
 
 #include <nlohmann/json.hpp>
 
@@ -28,6 +34,7 @@
 #include <thread>
 #include <vector>
 
+#include "cli_args.h"
 #include "layout_view.h"
 #include "loopback_transport.h"
 #include "sim_engine.h"
@@ -47,31 +54,70 @@ public:
     explicit Timeline(FILE* out) : out_(out), start_(std::chrono::steady_clock::now()) {}
 
     void line(const std::string& who, const std::string& what) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        const double s =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-        std::fprintf(out_, "%8.3f  %-8s %s\n", s, who.c_str(), what.c_str());
-        std::fflush(out_);
+        char time[32];
+        std::snprintf(time, sizeof time, "%8.3f  ", seconds());
+        char who8[16];
+        std::snprintf(who8, sizeof who8, "%-8s ", who.c_str());
+        write(out_, std::string(time) + who8 + what);
     }
-    // Text for the user that is not an event (help, state, errors).
-    void plain(const std::string& text) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        std::fprintf(out_, "%s\n", text.c_str());
-        std::fflush(out_);
+    // Text for the user that is not an event (help, state).
+    void plain(const std::string& text) { write(out_, text); }
+    // An error, on standard error.
+    void error(const std::string& text) { write(stderr, text); }
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     }
-    // One wire message as a JSON line (--trace).
-    void trace(bool toServer, const std::string& text) {
+
+    // While a prompt stands on the terminal, a line from another thread
+    // clears it first, and the prompt is drawn again later (takeRedraw).
+    void setPrompting(bool on) { prompting_ = on; }
+    bool takeRedraw() { return redraw_.exchange(false); }
+
+private:
+    void write(FILE* to, const std::string& text) {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (prompting_) {
+            std::fputs("\r\033[K", out_);
+            std::fflush(out_);
+            redraw_ = true;
+        }
+        std::fprintf(to, "%s\n", text.c_str());
+        std::fflush(to);
+    }
+
+    std::mutex mutex_;
+    FILE* out_;
+    std::chrono::steady_clock::time_point start_;
+    std::atomic<bool> prompting_{false};
+    std::atomic<bool> redraw_{false};
+};
+
+// Every wire message as a JSON line of its own, in a file of its own
+// (--trace): {"t": seconds, "dir": "out" or "in", "msg": the message}.
+class WireTrace {
+public:
+    ~WireTrace() {
+        if (file_) std::fclose(file_);
+    }
+    bool open(const std::string& path) {
+        file_ = std::fopen(path.c_str(), "w");
+        return file_ != nullptr;
+    }
+    void message(double seconds, bool toServer, const std::string& text) {
+        if (!file_) return;
         const json parsed = json::parse(text, nullptr, false);
-        const json line = {{"dir", toServer ? "out" : "in"}, {"msg", parsed.is_discarded() ? json(text) : parsed}};
-        std::fprintf(out_, "%s\n", line.dump().c_str());
-        std::fflush(out_);
+        const json line = {{"t", std::round(seconds * 1000) / 1000},
+                           {"dir", toServer ? "out" : "in"},
+                           {"msg", parsed.is_discarded() ? json(text) : parsed}};
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::fprintf(file_, "%s\n", line.dump().c_str());
+        // Whole lines at once: the process may end with _Exit.
+        std::fflush(file_);
     }
 
 private:
     std::mutex mutex_;
-    FILE* out_;
-    std::chrono::steady_clock::time_point start_;
+    FILE* file_ = nullptr;
 };
 
 std::string shorten(const std::string& text, size_t max = 110) {
@@ -408,76 +454,20 @@ private:
 // ---------------------------------------------------------------------------
 // The console
 
-struct Options {
-    std::string script;
-    bool trace = false;
-    bool verbose = false;
-    std::string logFile;
-    std::string platform = "QV";
-    std::string traceFile;            // --trace: the session recorded for orvane-replay
-    std::vector<std::string> ignore;  // signals the call server ignores from the start
-};
+using orvcli::Options;
+using orvcli::UsageError;
+using orvcli::Words;
 
-const char* const kHelp = R"(Commands of the application:
-  call NUMBER [passcode=P] [force] [name=N]   start a conference (startconf)
-  answer                                      take the incoming call (startconf with its conference)
-  reject                                      decline the incoming call (rejectconf)
-  leave                                       leave the meeting (leaveconf)
-  end                                         end the meeting for everybody (endconf)
-  mute on|off                                 local microphone (confControlmuteaudiolocal)
-  mute-all on|off                             everybody's microphone (confControlmuteAll)
-  lock on|off                                 lock the meeting (confControllockmeeting)
-  host NAME                                   hand the host role to a participant or a device id
-                                              (confControlmakehost)
-  cohost NAME on|off                          make a participant co-host, or not (confControlmakecohost)
-  endpoints [CONFID]                          ask for the endpoint list (confControlendpoints); the
-                                              conference is the one last heard of unless given
-  participants                                the endpoint list as a table: the library's view of
-                                              who is in the meeting (user id: the engine's)
-  raw TYPE [JSON]                             any command with its data
-  state                                       the call, the device, the servers' and the portal's view
-  layout ID COUNT                             where the layout catalogue puts COUNT participants of
-                                              layout ID in a 1920x1080 window: a table and a drawing
-  The application carries out what the portal asks of it (a host request to mute, lock,
-  hand over roles) with the commands above, on its UI thread.
-What happens in the meeting (the simulated engine reports it):
-  join NAME                                   a participant joins (the conference manager tells too)
-  part NAME                                   a participant leaves (the conference manager tells too)
-  participant NAME mute on|off                a participant mutes or unmutes their microphone
-  participant NAME video on|off               a participant switches their camera on or off
-  share NAME on|off                           a participant starts or stops sharing their screen
-  record on|off                               the meeting's recording starts or stops
-  device camera|mic NAME                      a camera or microphone is plugged in here (NAME none:
-                                              pulled out)
-  kick [REASON]                               the engine ends the call itself (default KickByHost)
-  fail-join REASON                            the next media join fails with this engine reason
-  h323 answer success|failure|silence [NAME]  how the engine answers call-outs (to NAME only, if given):
-                                              the room system joins, the call fails, or nothing comes
-                                              and the library gives up after 30 s
-What the portal does (through the conference manager):
-  portal sync on|off                          follow the meeting: the client reports every change
-                                              (ctrl_cmd_start_sync_control_panel)
-  portal mute NAME on|off                     mute or unmute a participant (ctrl_cmd_mute)
-  portal lock on|off                          lock or unlock the meeting (ctrl_cmd_lock_meeting)
-  ctrl EVENT [JSON]                           any control command (ctrl_cmd_make_host, ...)
-What the simulated servers do:
-  incoming NUMBER                             the server calls this device from a conference number
-  cancel                                      the server cancels the call that rings
-  bye [REASON]                                the server ends the call
-  move NUMBER                                 the server moves the call to another media meeting
-  h323 call NAME ADDRESS [NAME ADDRESS]...    the server orders H.323 call-outs to room systems, all at
-                                              once; the client calls them one at a time
-  h323 hangup NAME                            the server orders a called room system hung up
-  logout                                      the server logs the device out (BE_LOGOUT)
-  rename NAME                                 the device manager renames the device
-  conference NUMBER [meeting=M] [passcode=P] [busy=CONFID]   add a conference the servers know
-  ignore SIGNAL [off]                         the call server leaves this signal unanswered (REGISTER, ACCEPTED, ...)
-Other:
-  wait MS                                     let time pass
-  help                                        this text
-  quit                                        leave the program
-The known conferences: 8001 (meeting 99001), 8002 (a lobby: LOBBY-99002), 8003 (passcode 1234),
-8004 (in use by conf-busy: call it with force).)";
+// Ctrl-C: the console leaves the running meeting and ends. The handler only
+// raises the flag and wakes the main loop through a pipe.
+std::atomic<bool> g_interrupted{false};
+int g_wakeFds[2] = {-1, -1};
+
+void onInterrupt(int) {
+    g_interrupted = true;
+    const char byte = 1;
+    if (g_wakeFds[1] >= 0) (void)!write(g_wakeFds[1], &byte, 1);
+}
 
 class Console {
 public:
@@ -490,28 +480,28 @@ public:
         engine_.stop();
     }
 
+    // 0, 2 when a command failed or a file could not be used, 130 after
+    // Ctrl-C.
     int run();
 
 private:
-    bool execute(const std::string& line);
+    // Runs one command line; false when it was refused, with the error and
+    // the command's usage told (`where` goes first: "FILE:LINE: ").
+    bool execute(const std::string& line, const std::string& where = "");
+    bool dispatch(Words& w);
+    int runScript();
+    void runInteractive();
+    // Ctrl-C: the running meeting is left before the program ends.
+    void leaveOnInterrupt();
+    bool stopping() const { return g_interrupted && !leaving_; }
     void settle();
     bool runUi();
     void pump(std::chrono::milliseconds upTo);
     void send(const std::string& type, const json& data);
-    std::string arg(const std::vector<std::string>& words, size_t i, const std::string& def = "") {
-        return i < words.size() ? words[i] : def;
-    }
-    std::map<std::string, std::string> keyed(const std::vector<std::string>& words, size_t from) {
-        std::map<std::string, std::string> out;
-        for (size_t i = from; i < words.size(); ++i) {
-            auto eq = words[i].find('=');
-            if (eq == std::string::npos)
-                out[words[i]] = "";
-            else
-                out[words[i].substr(0, eq)] = words[i].substr(eq + 1);
-        }
-        return out;
-    }
+    // The simulators' answer to an order: empty when it went out; else why
+    // not, which the simulator has logged.
+    bool done(const std::string& whyNot);
+    bool doneByEngine(bool carriedOut);
     void showState();
     void showParticipants();
     void showLayout(int id, int count);
@@ -523,11 +513,12 @@ private:
             if (p.name == name) return p.deviceId;
         return engine_.userIdOf(name).empty() ? name : "dev-" + name;
     }
-    // The engine's user id of a participant; empty, with a word on the
-    // timeline, when nobody of that name is in the meeting.
-    std::string attendee(const std::string& name) {
+    // The next word, the name of a participant, who must be in the meeting;
+    // gives their engine user id.
+    std::string attendee(Words& w, std::string& name) {
+        name = w.word("NAME");
         const std::string id = engine_.userIdOf(name);
-        if (id.empty()) timeline_.plain("  " + name + " is not in the meeting");
+        if (id.empty()) w.fail(name + " is not in the meeting");
         return id;
     }
 
@@ -538,15 +529,18 @@ private:
     orvsim::SimEngine engine_;
     orvsim::SimServers servers_;
     orvtrace::Recorder recorder_;
+    WireTrace wireTrace_;
     ORVANE::ConfSDK* sdk_ = nullptr;
     std::shared_ptr<LibraryLog> libraryLog_;
     int nextCommand_ = 1;
     bool quit_ = false;
+    bool leaving_ = false;
+    std::string refusal_;  // why the last order was not carried out
 };
 
 void Console::send(const std::string& type, const json& data) {
     const std::string text = data.is_null() ? std::string() : data.dump();
-    timeline_.line("app", type + (text.empty() ? "" : " " + (options_.trace ? text : shorten(text, 90))));
+    timeline_.line("app", type + (text.empty() ? "" : " " + shorten(text, 90)));
     recorder_.command(type, text);
     sdk_->sendCommand(type, text);
 }
@@ -565,7 +559,7 @@ bool Console::runUi() {
 // Plays the UI thread for a while.
 void Console::pump(std::chrono::milliseconds upTo) {
     const auto deadline = std::chrono::steady_clock::now() + upTo;
-    while (std::chrono::steady_clock::now() < deadline) {
+    while (std::chrono::steady_clock::now() < deadline && !stopping()) {
         runUi();
         app_.waitForWork(std::min<std::chrono::milliseconds>(
             20ms, std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now())));
@@ -579,7 +573,7 @@ void Console::settle() {
     // Work of the library's threads that has not ended within this limit is
     // taken as lost (a command it could not read), not waited for again.
     const auto libraryLimit = std::chrono::steady_clock::now() + 2s;
-    for (int quiet = 0; quiet < 3;) {
+    for (int quiet = 0; quiet < 3 && !stopping();) {
         const bool ui = runUi();
         const bool wire = !transport_.idle(0ms);
         const bool media = !engine_.idle(0ms);
@@ -672,208 +666,288 @@ void Console::showLayout(int id, int count) {
     for (const std::string& line : orvlayout::cellDrawing(placement, area, 64, 24)) timeline_.plain("  " + line);
 }
 
-bool Console::execute(const std::string& raw) {
-    std::string line = raw;
-    const auto hash = line.find('#');
-    if (hash != std::string::npos) line.erase(hash);
-    std::istringstream in(line);
-    std::vector<std::string> w;
-    for (std::string word; in >> word;) w.push_back(word);
-    if (w.empty()) return true;
-    const std::string& cmd = w[0];
+bool Console::done(const std::string& whyNot) {
+    refusal_ = whyNot;
+    return whyNot.empty();
+}
 
+bool Console::doneByEngine(bool carriedOut) { return done(carriedOut ? "" : "the engine refused it"); }
+
+bool Console::execute(const std::string& line, const std::string& where) {
+    Words w(line);
+    if (w.empty()) return true;
+    refusal_.clear();
+    try {
+        if (dispatch(w)) return true;
+        // Well formed, but not carried out: the simulator has said why.
+        timeline_.error(where + w.command() + ": refused: " + refusal_);
+    } catch (const UsageError& e) {
+        timeline_.error(where + e.what());
+        const std::string usage = orvcli::usageOf(w.command());
+        for (size_t at = 0; at < usage.size();) {
+            const size_t nl = std::min(usage.find('\n', at), usage.size());
+            timeline_.error("  " + usage.substr(at, nl - at));
+            at = nl + 1;
+        }
+    }
+    return false;
+}
+
+// One command, read strictly: a word that does not fit throws UsageError
+// before anything is done. False when the simulators refused the order.
+bool Console::dispatch(Words& w) {
+    const std::string cmd = w.command();
     if (cmd == "help") {
-        timeline_.plain(kHelp);
+        w.end();
+        timeline_.plain(orvcli::helpText());
     } else if (cmd == "quit" || cmd == "exit") {
+        w.end();
         quit_ = true;
-    } else if (cmd == "call" && w.size() >= 2) {
-        json data = {{"conferenceDialNumber", w[1]}};
-        for (const auto& [k, v] : keyed(w, 2)) {
-            if (k == "passcode") data["passcode"] = v;
-            else if (k == "force") data["force"] = true;
-            else if (k == "name") data["dispname"] = v;
+    } else if (cmd == "call") {
+        json data = {{"conferenceDialNumber", w.word("NUMBER")}};
+        while (w.more()) {
+            const std::string option = w.word("option");
+            const auto eq = option.find('=');
+            const std::string key = option.substr(0, eq), value = eq == std::string::npos ? "" : option.substr(eq + 1);
+            if (key == "passcode" && eq != std::string::npos) data["passcode"] = value;
+            else if (key == "name" && eq != std::string::npos) data["dispname"] = value;
+            else if (option == "force") data["force"] = true;
+            else w.fail(option + " is not passcode=P, force or name=N");
         }
         send(ORVANE::CONF::STARTCONF, data);
     } else if (cmd == "answer") {
+        w.end();
         json invite = app_.lastInvite();
-        if (invite.is_null()) {
-            timeline_.plain("  no incoming call to answer");
-            return true;
-        }
+        if (invite.is_null()) return done("no incoming call to answer");
         invite.erase("event");
         send(ORVANE::CONF::STARTCONF, invite);
-    } else if (cmd == "reject") {
-        send(ORVANE::CONF::REJECTCONF, nullptr);
-    } else if (cmd == "leave") {
-        send(ORVANE::CONF::LEAVECONF, nullptr);
-    } else if (cmd == "end") {
-        send(ORVANE::CONF::ENDCONF, nullptr);
-    } else if ((cmd == "mute" || cmd == "mute-all" || cmd == "lock") && w.size() >= 2) {
-        const bool on = w[1] == "on";
+    } else if (cmd == "reject" || cmd == "leave" || cmd == "end") {
+        w.end();
+        send(cmd == "reject" ? ORVANE::CONF::REJECTCONF : cmd == "leave" ? ORVANE::CONF::LEAVECONF : ORVANE::CONF::ENDCONF,
+             nullptr);
+    } else if (cmd == "mute" || cmd == "mute-all" || cmd == "lock") {
+        const bool on = w.onOff("on|off");
+        w.end();
         if (cmd == "mute")
             send(ORVANE::CONF::MUTEAUDIOLOCAL, {{"mute", on}});
         else if (cmd == "mute-all")
             send(ORVANE::CONF::MUTEALL, {{"mute", on}, {"allowUnmute", true}});
         else
             send(ORVANE::CONF::LOCKMEETING, {{"lock", on}});
-    } else if (cmd == "host" && w.size() >= 2) {
-        send(ORVANE::CONF::MAKEHOST, {{"externalDeviceId", deviceOf(w[1])}});
-    } else if (cmd == "cohost" && w.size() >= 3) {
-        send(ORVANE::CONF::MAKECOHOST, {{"externalDeviceId", deviceOf(w[1])}, {"bCohost", w[2] == "on"}});
+    } else if (cmd == "host") {
+        const std::string name = w.word("NAME");
+        w.end();
+        send(ORVANE::CONF::MAKEHOST, {{"externalDeviceId", deviceOf(name)}});
+    } else if (cmd == "cohost") {
+        const std::string name = w.word("NAME");
+        const bool on = w.onOff("on|off");
+        w.end();
+        send(ORVANE::CONF::MAKECOHOST, {{"externalDeviceId", deviceOf(name)}, {"bCohost", on}});
     } else if (cmd == "endpoints") {
-        send(ORVANE::CONF::ENDPOINTS, {{"confid", arg(w, 1, app_.conferenceId())}});
-    } else if (cmd == "raw" && w.size() >= 2) {
-        const auto pos = line.find(w[1]) + w[1].size();
-        std::string data = line.substr(pos);
-        data.erase(0, data.find_first_not_of(' '));
-        timeline_.line("app", w[1] + (data.empty() ? "" : " " + data));
-        recorder_.command(w[1], data);
-        sdk_->sendCommand(w[1], data);
-    } else if (cmd == "state") {
-        showState();
-    } else if (cmd == "participants") {
-        showParticipants();
-    } else if (cmd == "layout" && w.size() >= 3) {
-        showLayout(std::atoi(w[1].c_str()), std::atoi(w[2].c_str()));
-    } else if (cmd == "incoming" && w.size() >= 2) {
-        timeline_.line("sim", "the server calls from " + w[1]);
-        servers_.incomingCall(w[1]);
+        const std::string confid = w.optional(app_.conferenceId());
+        w.end();
+        send(ORVANE::CONF::ENDPOINTS, {{"confid", confid}});
+    } else if (cmd == "raw") {
+        const std::string type = w.word("TYPE");
+        const std::string data = w.rest();
+        timeline_.line("app", type + (data.empty() ? "" : " " + data));
+        recorder_.command(type, data);
+        sdk_->sendCommand(type, data);
+    } else if (cmd == "state" || cmd == "participants") {
+        w.end();
+        cmd == "state" ? showState() : showParticipants();
+    } else if (cmd == "layout") {
+        const long id = w.number("ID", 0, 999);
+        const long count = w.number("COUNT", 1, 64);
+        w.end();
+        showLayout(static_cast<int>(id), static_cast<int>(count));
+    } else if (cmd == "incoming") {
+        const std::string number = w.word("NUMBER");
+        w.end();
+        timeline_.line("sim", "the server calls from " + number);
+        return done(servers_.incomingCall(number));
     } else if (cmd == "cancel") {
+        w.end();
         timeline_.line("sim", "the server cancels the call");
-        servers_.cancelCall();
+        return done(servers_.cancelCall());
     } else if (cmd == "bye") {
-        const std::string reason = arg(w, 1, "CONF_END_BY_HOST");
+        const std::string reason = w.optional("CONF_END_BY_HOST");
+        w.end();
         timeline_.line("sim", "the server ends the call: " + reason);
-        servers_.endCall(reason);
-    } else if (cmd == "move" && w.size() >= 2) {
-        timeline_.line("sim", "the server moves the call to meeting " + w[1]);
-        servers_.moveCall(w[1]);
-    } else if (cmd == "join" && w.size() >= 2) {
+        return done(servers_.endCall(reason));
+    } else if (cmd == "move") {
+        const std::string number = w.word("NUMBER");
+        w.end();
+        timeline_.line("sim", "the server moves the call to meeting " + number);
+        return done(servers_.moveCall(number));
+    } else if (cmd == "join") {
         // A participant on a client of this library: it tells the servers
         // itself, so the conference manager reports the join too.
-        timeline_.line("sim", w[1] + " joins the meeting");
+        const std::string name = w.word("NAME");
+        w.end();
+        timeline_.line("sim", name + " joins the meeting");
         orvsim::SimServers::Participant p;
-        p.name = w[1];
-        p.deviceId = "dev-" + w[1];
+        p.name = name;
+        p.deviceId = "dev-" + name;
         p.engineUserId = engine_.userJoins(p.name);
-        servers_.participantJoins(p);
-    } else if (cmd == "part" && w.size() >= 2) {
-        const std::string deviceId = deviceOf(w[1]);
-        timeline_.line("sim", w[1] + " leaves the meeting");
-        engine_.userLeaves(engine_.userIdOf(w[1]));
-        servers_.participantLeaves(deviceId);
-    } else if (cmd == "participant" && w.size() >= 4 && (w[2] == "mute" || w[2] == "video")) {
-        const std::string id = attendee(w[1]);
-        if (id.empty()) return false;
-        const bool on = w[3] == "on";
-        if (w[2] == "mute") {
-            timeline_.line("sim", w[1] + (on ? " mutes" : " unmutes") + " their microphone");
-            engine_.userSetsAudio(id, on);
-        } else {
-            timeline_.line("sim", w[1] + " switches their camera " + (on ? "on" : "off"));
-            engine_.userSetsVideo(id, on);
+        if (p.engineUserId.empty()) return doneByEngine(false);
+        return done(servers_.participantJoins(p));
+    } else if (cmd == "part") {
+        const std::string name = w.word("NAME");
+        w.end();
+        const std::string deviceId = deviceOf(name);
+        timeline_.line("sim", name + " leaves the meeting");
+        // Somebody the servers know but the engine no longer does still
+        // leaves the conference.
+        const std::string id = engine_.userIdOf(name);
+        if (!id.empty()) engine_.userLeaves(id);
+        return done(servers_.participantLeaves(deviceId));
+    } else if (cmd == "participant") {
+        std::string name;
+        const std::string id = attendee(w, name);
+        const std::string what = w.oneOf("mute|video", {"mute", "video"});
+        const bool on = w.onOff("on|off");
+        w.end();
+        if (what == "mute") {
+            timeline_.line("sim", name + (on ? " mutes" : " unmutes") + " their microphone");
+            return doneByEngine(engine_.userSetsAudio(id, on));
         }
-    } else if (cmd == "share" && w.size() >= 3) {
-        const std::string id = attendee(w[1]);
-        if (id.empty()) return false;
-        timeline_.line("sim", w[1] + (w[2] == "on" ? " starts" : " stops") + " sharing their screen");
-        engine_.setSharing(id, w[2] == "on");
-    } else if (cmd == "record" && w.size() >= 2) {
-        timeline_.line("sim", std::string("the meeting's recording ") + (w[1] == "on" ? "starts" : "stops"));
-        engine_.setRecording(w[1] == "on");
-    } else if (cmd == "device" && w.size() >= 3 && (w[1] == "camera" || w[1] == "mic")) {
-        const bool plugged = w[2] != "none";
-        const std::string what = w[1] == "camera" ? "camera" : "microphone";
-        timeline_.line("sim", plugged ? "the " + what + " " + w[2] + " is plugged in" : "the " + what + " is pulled out");
-        if (w[1] == "camera")
+        timeline_.line("sim", name + " switches their camera " + (on ? "on" : "off"));
+        return doneByEngine(engine_.userSetsVideo(id, on));
+    } else if (cmd == "share") {
+        std::string name;
+        const std::string id = attendee(w, name);
+        const bool on = w.onOff("on|off");
+        w.end();
+        timeline_.line("sim", name + (on ? " starts" : " stops") + " sharing their screen");
+        return doneByEngine(engine_.setSharing(id, on));
+    } else if (cmd == "record") {
+        const bool on = w.onOff("on|off");
+        w.end();
+        timeline_.line("sim", std::string("the meeting's recording ") + (on ? "starts" : "stops"));
+        engine_.setRecording(on);
+    } else if (cmd == "device") {
+        const std::string kind = w.oneOf("camera|mic", {"camera", "mic"});
+        const std::string name = w.word("NAME");
+        w.end();
+        const bool plugged = name != "none";
+        const std::string what = kind == "camera" ? "camera" : "microphone";
+        timeline_.line("sim", plugged ? "the " + what + " " + name + " is plugged in" : "the " + what + " is pulled out");
+        if (kind == "camera")
             engine_.plugCamera(plugged);
         else
             engine_.plugMicrophone(plugged);
-    } else if (cmd == "portal" && w.size() >= 3 && (w[1] == "sync" || w[1] == "lock")) {
-        const bool on = w[2] == "on";
-        if (w[1] == "sync") {
+    } else if (cmd == "portal") {
+        const std::string what = w.oneOf("sync|mute|lock", {"sync", "mute", "lock"});
+        if (what == "mute") {
+            const std::string name = w.word("NAME");
+            const bool on = w.onOff("on|off");
+            w.end();
+            timeline_.line("sim", std::string("the portal ") + (on ? "mutes " : "unmutes ") + name);
+            return done(servers_.controlCommand("ctrl_cmd_mute", {{"deviceId", deviceOf(name)}, {"mute", on}}));
+        }
+        const bool on = w.onOff("on|off");
+        w.end();
+        if (what == "sync") {
             timeline_.line("sim", std::string("the portal ") + (on ? "starts" : "stops") + " following the meeting");
-            servers_.controlCommand("ctrl_cmd_start_sync_control_panel", {{"syncing", on}});
-        } else {
-            timeline_.line("sim", std::string("the portal ") + (on ? "locks" : "unlocks") + " the meeting");
-            servers_.controlCommand("ctrl_cmd_lock_meeting", {{"lock", on}});
+            return done(servers_.controlCommand("ctrl_cmd_start_sync_control_panel", {{"syncing", on}}));
         }
-    } else if (cmd == "portal" && w.size() >= 4 && w[1] == "mute") {
-        const bool on = w[3] == "on";
-        timeline_.line("sim", std::string("the portal ") + (on ? "mutes " : "unmutes ") + w[2]);
-        servers_.controlCommand("ctrl_cmd_mute", {{"deviceId", deviceOf(w[2])}, {"mute", on}});
-    } else if (cmd == "ctrl" && w.size() >= 2) {
-        json fields = json::object();
-        if (w.size() >= 3) {
-            const auto pos = line.find(w[1]) + w[1].size();
-            fields = json::parse(line.substr(pos), nullptr, false);
-            if (!fields.is_object()) {
-                timeline_.plain("  ctrl: the fields must be a JSON object");
-                return false;
+        timeline_.line("sim", std::string("the portal ") + (on ? "locks" : "unlocks") + " the meeting");
+        return done(servers_.controlCommand("ctrl_cmd_lock_meeting", {{"lock", on}}));
+    } else if (cmd == "ctrl") {
+        const std::string event = w.word("EVENT");
+        const std::string text = w.rest();
+        const json fields = text.empty() ? json::object() : json::parse(text, nullptr, false);
+        if (!fields.is_object()) w.fail(text + " is not a JSON object");
+        timeline_.line("sim", "the server sends " + event);
+        return done(servers_.controlCommand(event, fields));
+    } else if (cmd == "h323") {
+        const std::string what = w.oneOf("call|hangup|answer", {"call", "hangup", "answer"});
+        if (what == "call") {
+            std::vector<std::pair<std::string, std::string>> calls;
+            do {
+                const std::string name = w.word("NAME");
+                calls.emplace_back(name, w.word("ADDRESS"));
+            } while (w.more());
+            for (const auto& [name, address] : calls) {
+                timeline_.line("sim", "the server orders a call-out to " + name + " at " + address);
+                if (!done(servers_.h323CallOut(name, address, "h323", "h323-cmd-" + std::to_string(nextCommand_++))))
+                    return false;
             }
+        } else if (what == "hangup") {
+            std::string name;
+            const std::string id = attendee(w, name);
+            w.end();
+            timeline_.line("sim", "the server orders " + name + " hung up");
+            return done(servers_.h323HangUp(id, "h323-cmd-" + std::to_string(nextCommand_++)));
+        } else {
+            using Answer = orvsim::SimEngine::CalloutAnswer;
+            const std::string how = w.oneOf("success|failure|silence", {"success", "failure", "silence"});
+            const std::string device = w.optional("");
+            w.end();
+            const Answer answer = how == "success" ? Answer::Success : how == "failure" ? Answer::Failure : Answer::Silence;
+            if (!device.empty())
+                engine_.setCalloutAnswer(device, answer);
+            else
+                engine_.setCalloutAnswer(answer);
+            timeline_.line("sim", "the engine answers call-outs" + (device.empty() ? std::string() : " to " + device) +
+                                      " with " + how);
         }
-        timeline_.line("sim", "the server sends " + w[1]);
-        servers_.controlCommand(w[1], fields);
-    } else if (cmd == "h323" && w.size() >= 4 && w[1] == "call" && w.size() % 2 == 0) {
-        for (size_t i = 2; i + 1 < w.size(); i += 2) {
-            timeline_.line("sim", "the server orders a call-out to " + w[i] + " at " + w[i + 1]);
-            servers_.h323CallOut(w[i], w[i + 1], "h323", "h323-cmd-" + std::to_string(nextCommand_++));
-        }
-    } else if (cmd == "h323" && w.size() == 3 && w[1] == "hangup") {
-        const std::string id = attendee(w[2]);
-        if (id.empty()) return false;
-        timeline_.line("sim", "the server orders " + w[2] + " hung up");
-        servers_.h323HangUp(id, "h323-cmd-" + std::to_string(nextCommand_++));
-    } else if (cmd == "h323" && w.size() >= 3 && w[1] == "answer" &&
-               (w[2] == "success" || w[2] == "failure" || w[2] == "silence")) {
-        using Answer = orvsim::SimEngine::CalloutAnswer;
-        const Answer answer = w[2] == "success" ? Answer::Success : w[2] == "failure" ? Answer::Failure : Answer::Silence;
-        if (w.size() >= 4)
-            engine_.setCalloutAnswer(w[3], answer);
-        else
-            engine_.setCalloutAnswer(answer);
-        timeline_.line("sim", "the engine answers call-outs" + (w.size() >= 4 ? " to " + w[3] : std::string()) +
-                                  " with " + w[2]);
     } else if (cmd == "logout") {
+        w.end();
         timeline_.line("sim", "the server logs the device out");
         servers_.logout();
-    } else if (cmd == "rename" && w.size() >= 2) {
-        timeline_.line("sim", "the device manager renames the device to " + w[1]);
-        servers_.renameDevice(w[1]);
+    } else if (cmd == "rename") {
+        const std::string name = w.word("NAME");
+        w.end();
+        timeline_.line("sim", "the device manager renames the device to " + name);
+        servers_.renameDevice(name);
     } else if (cmd == "kick") {
-        const std::string reason = arg(w, 1, "EndMeetingReason_KickByHost");
+        const std::string reason = w.optional("EndMeetingReason_KickByHost");
+        w.end();
         timeline_.line("sim", "the engine ends the call: " + reason);
-        engine_.endCall(reason);
-    } else if (cmd == "fail-join" && w.size() >= 2) {
+        return doneByEngine(engine_.endCall(reason));
+    } else if (cmd == "fail-join") {
         orvsim::SimEngine::JoinPlan plan;
-        plan.failReason = w[1];
+        plan.failReason = w.word("REASON");
+        w.end();
         engine_.planNextJoin(plan);
-        timeline_.line("sim", "the next media join will fail: " + w[1]);
-    } else if (cmd == "conference" && w.size() >= 2) {
+        timeline_.line("sim", "the next media join will fail: " + plan.failReason);
+    } else if (cmd == "conference") {
         orvsim::SimServers::Conference c;
-        c.dialNumber = w[1];
-        c.confid = "conf-" + w[1];
-        c.externalDialNumber = "9" + w[1];
-        c.subject = "Conference " + w[1];
-        for (const auto& [k, v] : keyed(w, 2)) {
-            if (k == "meeting") c.externalDialNumber = v;
-            else if (k == "passcode") c.passcode = v;
-            else if (k == "busy") {
+        c.dialNumber = w.word("NUMBER");
+        c.confid = "conf-" + c.dialNumber;
+        c.externalDialNumber = "9" + c.dialNumber;
+        c.subject = "Conference " + c.dialNumber;
+        while (w.more()) {
+            const std::string option = w.word("option");
+            const auto eq = option.find('=');
+            const std::string key = option.substr(0, eq);
+            const std::string value = eq == std::string::npos ? "" : option.substr(eq + 1);
+            if (eq == std::string::npos || value.empty() || (key != "meeting" && key != "passcode" && key != "busy"))
+                w.fail(option + " is not meeting=M, passcode=P or busy=CONFID");
+            if (key == "meeting") c.externalDialNumber = value;
+            if (key == "passcode") c.passcode = value;
+            if (key == "busy") {
                 c.busy = true;
-                c.busyConfid = v;
+                c.busyConfid = value;
             }
         }
         servers_.addConference(c);
-        timeline_.line("sim", "the servers know conference " + w[1] + " (meeting " + c.externalDialNumber + ")");
-    } else if (cmd == "ignore" && w.size() >= 2) {
-        const bool on = arg(w, 2) != "off";
-        servers_.ignoreSignal(w[1], on);
-        timeline_.line("sim", "the call server " + std::string(on ? "ignores " : "answers ") + w[1] + " from now on");
-    } else if (cmd == "wait" && w.size() >= 2) {
-        pump(std::chrono::milliseconds(std::strtol(w[1].c_str(), nullptr, 10)));
+        timeline_.line("sim", "the servers know conference " + c.dialNumber + " (meeting " + c.externalDialNumber + ")");
+    } else if (cmd == "ignore") {
+        const std::string signal = w.word("SIGNAL");
+        if (!orvcli::isSignalName(signal)) w.fail(signal + " is not one of " + orvcli::signalNames());
+        const bool on = !w.more() || w.oneOf("off", {"off"}) != "off";
+        w.end();
+        servers_.ignoreSignal(signal, on);
+        timeline_.line("sim", "the call server " + std::string(on ? "ignores " : "answers ") + signal + " from now on");
+    } else if (cmd == "wait") {
+        const long ms = w.number("MS", 0, 600000);
+        w.end();
+        pump(std::chrono::milliseconds(ms));
     } else {
-        timeline_.plain("  unknown command or missing argument: " + line + "  (help lists the commands)");
-        return false;
+        throw UsageError("unknown command " + cmd);
     }
     return true;
 }
@@ -889,13 +963,26 @@ int Console::run() {
         if (op == "setConfSignal") return;  // the signal is on the wire line already
         timeline_.line("engine", op + (detail.empty() ? "" : " " + detail));
     });
+    servers_.setLog([this](const std::string& line) { timeline_.line("servers", line); });
     transport_.setTrace([this](bool toServer, const std::string& text) {
-        if (options_.trace) timeline_.trace(toServer, text);
+        wireTrace_.message(timeline_.seconds(), toServer, text);
         timeline_.line(toServer ? "wire>" : "wire<", summarize(toServer, text));
     });
-    if (!options_.traceFile.empty() && !recorder_.open(options_.traceFile)) {
-        timeline_.plain("cannot write " + options_.traceFile);
+    if (!options_.traceFile.empty() && !wireTrace_.open(options_.traceFile)) {
+        timeline_.error("orvane-cli: --trace: cannot write " + options_.traceFile);
         return 2;
+    }
+    if (!options_.recordFile.empty() && !recorder_.open(options_.recordFile)) {
+        timeline_.error("orvane-cli: --record: cannot write " + options_.recordFile);
+        return 2;
+    }
+    std::ifstream script;
+    if (!options_.script.empty()) {
+        script.open(options_.script);
+        if (!script) {
+            timeline_.error("orvane-cli: --script: cannot read " + options_.script);
+            return 2;
+        }
     }
     ORVANE::AVSDK_Factory::setCreator(
         [this](const std::string&, const std::string&) { return recorder_.engine(&engine_); });
@@ -907,11 +994,16 @@ int Console::run() {
     auto logger = std::make_shared<spdlog::logger>("orvane", libraryLog_);
     logger->set_level(spdlog::level::debug);
 
+    // The timeline owns standard output unless the library's own lines are
+    // asked for.
+    ORVANE::ConfSDK::setConsoleOutput(options_.verbose);
     recorder_.created(options_.platform, "");
     sdk_ = ORVANE::OrvaneSDK_Factory::createInstance(options_.platform, "");
     sdk_->setOrvaneLogger(logger);
     sdk_->setListener(recorder_.app(&app_));
     sdk_->setMediaServiceListener(recorder_.media(&app_));
+    // The console shows every command the library turns down.
+    sdk_->setRefusalNotify(true);
     sdk_->setOrvaneTrans(recorder_.transport(&transport_));
     timeline_.line("app", "initMediaService " + options_.platform);
     recorder_.initMediaService(options_.platform, "");
@@ -923,60 +1015,19 @@ int Console::run() {
     settle();
 
     int status = 0;
-    if (!options_.script.empty()) {
-        std::ifstream script(options_.script);
-        if (!script) {
-            timeline_.plain("cannot read " + options_.script);
-            return 2;
-        }
-        for (std::string line; !quit_ && std::getline(script, line);) {
-            if (line.find_first_not_of(" \t") == std::string::npos || line[line.find_first_not_of(" \t")] == '#')
-                continue;
-            if (!execute(line)) status = 2;
+    if (script.is_open()) {
+        int number = 0;
+        for (std::string line; !quit_ && !g_interrupted && std::getline(script, line);) {
+            ++number;
+            if (!execute(line, options_.script + ":" + std::to_string(number) + ": ")) status = 2;
             settle();
         }
     } else {
-        // The keyboard, read on a thread of its own; the main loop stays the
-        // UI thread.
-        std::mutex mutex;
-        std::deque<std::string> lines;
-        std::atomic<bool> eof{false};
-        std::thread reader([&] {
-            for (std::string line; std::getline(std::cin, line);) {
-                std::lock_guard<std::mutex> lock(mutex);
-                lines.push_back(line);
-                app_.wake();
-            }
-            eof = true;
-            app_.wake();
-        });
-        timeline_.plain("orvane-cli: type help for the commands, quit to leave.");
-        while (!quit_) {
-            std::string next;
-            bool have = false;
-            {
-                std::lock_guard<std::mutex> lock(mutex);
-                if (!lines.empty()) {
-                    next = lines.front();
-                    lines.pop_front();
-                    have = true;
-                }
-            }
-            if (have) {
-                execute(next);
-                settle();
-            } else if (eof) {
-                break;
-            } else {
-                pump(50ms);
-            }
-        }
-        if (!eof) {
-            // The reader blocks in getline; the process ends without it.
-            reader.detach();
-        } else {
-            reader.join();
-        }
+        runInteractive();
+    }
+    if (g_interrupted) {
+        leaveOnInterrupt();
+        status = 130;
     }
     settle();
     recorder_.end();
@@ -984,58 +1035,113 @@ int Console::run() {
     return status;
 }
 
+void Console::leaveOnInterrupt() {
+    leaving_ = true;
+    // A second Ctrl-C ends the program at once.
+    std::signal(SIGINT, SIG_DFL);
+    timeline_.plain("interrupted");
+    if (sdk_->getConfControlService().isRunning()) {
+        send(ORVANE::CONF::LEAVECONF, nullptr);
+        settle();
+    }
+}
+
+// The lines typed at the terminal, through libedit's callback interface:
+// the main loop stays free to play the UI thread between keystrokes.
+std::deque<std::string>* g_typed = nullptr;
+bool g_typedEnd = false;
+
+void onTypedLine(char* line) {
+    if (line == nullptr) {
+        g_typedEnd = true;
+        return;
+    }
+    if (*line != '\0') add_history(line);
+    g_typed->push_back(line);
+    std::free(line);
+}
+
+// The keyboard, or whatever stdin is. The main loop is the application's UI
+// thread: it waits for input and for work at once.
+void Console::runInteractive() {
+    const bool terminal = isatty(STDIN_FILENO) && isatty(STDOUT_FILENO);
+    std::deque<std::string> lines;
+    std::string partial;  // piped input not ended by a newline yet
+    bool end = false;
+    if (terminal) {
+        g_typed = &lines;
+        using_history();
+        rl_callback_handler_install("orvane> ", onTypedLine);
+    }
+    timeline_.plain("orvane-cli: type help for the commands, quit to leave.");
+    if (terminal) rl_forced_update_display();
+    while (!quit_ && !end && !g_interrupted) {
+        timeline_.setPrompting(terminal);
+        if (terminal && timeline_.takeRedraw()) rl_forced_update_display();
+        pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {g_wakeFds[0], POLLIN, 0}};
+        if (poll(fds, 2, 20) > 0 && (fds[0].revents & (POLLIN | POLLHUP | POLLERR))) {
+            if (terminal) {
+                rl_callback_read_char();
+                end = g_typedEnd;
+            } else {
+                char buffer[4096];
+                const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);
+                if (n <= 0) {
+                    end = true;
+                    if (!partial.empty()) lines.push_back(partial);
+                } else {
+                    partial.append(buffer, static_cast<size_t>(n));
+                    for (size_t nl; (nl = partial.find('\n')) != std::string::npos; partial.erase(0, nl + 1))
+                        lines.push_back(partial.substr(0, nl));
+                }
+            }
+        }
+        timeline_.setPrompting(false);
+        while (!lines.empty() && !quit_ && !g_interrupted) {
+            const std::string line = lines.front();
+            lines.pop_front();
+            execute(line);
+            settle();
+        }
+        runUi();
+    }
+    timeline_.setPrompting(false);
+    if (terminal) {
+        rl_callback_handler_remove();
+        // The prompt's line is left for the next output.
+        if (end || g_interrupted) std::fputc('\n', stdout);
+        std::fflush(stdout);
+        g_typed = nullptr;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (a == "--script" && i + 1 < argc) {
-            options.script = argv[++i];
-        } else if (a == "--wire") {
-            options.trace = true;
-        } else if (a == "--trace" && i + 1 < argc) {
-            options.traceFile = argv[++i];
-        } else if (a == "--ignore" && i + 1 < argc) {
-            options.ignore.push_back(argv[++i]);
-        } else if (a == "--verbose") {
-            options.verbose = true;
-        } else if (a == "--log" && i + 1 < argc) {
-            options.logFile = argv[++i];
-        } else if (a == "--platform" && i + 1 < argc) {
-            options.platform = argv[++i];
-        } else {
-            std::printf(
-                "usage: orvane-cli [--script FILE] [--trace FILE] [--wire] [--log FILE] [--verbose] [--platform QV|QC]\n"
-                "                  [--ignore SIGNAL]...\n"
-                "  --script FILE  run the commands of FILE, then quit\n"
-                "  --trace FILE   record the session for orvane-replay\n"
-                "  --wire         print every wire message as a JSON line\n"
-                "  --ignore SIG   the call server leaves SIG unanswered from the start (REGISTER, ...)\n"
-                "  --log FILE     write the library's log to FILE\n"
-                "  --verbose      let the library's own standard-output diagnostics through\n"
-                "  --platform     the media platform (QV: engine calls on the UI thread; QC: direct)\n"
-                "Type help inside for the commands.\n");
-            return a == "--help" || a == "-h" ? 0 : 2;
-        }
+    try {
+        options = orvcli::parseOptions(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const UsageError& e) {
+        std::fprintf(stderr, "orvane-cli: %s\n%s\n", e.what(), orvcli::usageLine().c_str());
+        return 2;
     }
+    if (options.help) {
+        std::fputs(orvcli::optionHelp().c_str(), stdout);
+        return 0;
+    }
+    if (pipe(g_wakeFds) == 0) {
+        fcntl(g_wakeFds[0], F_SETFL, O_NONBLOCK);
+        fcntl(g_wakeFds[1], F_SETFL, O_NONBLOCK);
+    }
+    // Before libedit starts: it hands the signal on to this handler.
+    struct sigaction interrupt {};
+    interrupt.sa_handler = onInterrupt;
+    sigemptyset(&interrupt.sa_mask);
+    sigaction(SIGINT, &interrupt, nullptr);
 
-    // The timeline goes to the real standard output; the library's own few
-    // diagnostics on standard output are set aside unless asked for.
-    FILE* out = stdout;
-    if (!options.verbose) {
-        std::fflush(stdout);
-        const int saved = dup(STDOUT_FILENO);
-        const int devnull = open("/dev/null", O_WRONLY);
-        if (saved >= 0 && devnull >= 0) {
-            dup2(devnull, STDOUT_FILENO);
-            close(devnull);
-            out = fdopen(saved, "w");
-        }
-    }
-    Console console(options, out);
+    Console console(options, stdout);
     const int status = console.run();
-    std::fflush(out);
+    std::fflush(stdout);
     // The library lives until the process ends; its threads are not joined.
     std::_Exit(status);
 }

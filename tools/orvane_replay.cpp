@@ -1,4 +1,4 @@
-// orvane-replay: plays a session recorded by `orvane-cli --trace FILE` to a
+// orvane-replay: plays a session recorded by `orvane-cli --record FILE` to a
 // fresh library and checks that the library does now what it did then.
 //
 //   orvane-replay [--log FILE] SESSION
@@ -574,7 +574,7 @@ int main(int argc, char** argv) {
             session = a;
         } else {
             std::printf("usage: orvane-replay [--log FILE] SESSION\n"
-                        "  plays SESSION (recorded by orvane-cli --trace) to the library and compares\n"
+                        "  plays SESSION (recorded by orvane-cli --record) to the library and compares\n"
                         "  what it does with the recording; --log keeps the library's log\n");
             return a == "--help" || a == "-h" ? 0 : 2;
         }

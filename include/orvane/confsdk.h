@@ -119,6 +119,43 @@ public:
     void sendCommand(const std::string& type, const std::string& data);
     ConfControlService& getConfControlService();
 
+    /** Asks for, or stops, "confsdknotify_command_refused" (CONFNOTIFY::COMMAND_REFUSED).
+
+        While on, every command of sendCommand that the library does not
+        carry out is told to the listener's onConfNotify, with the
+        command's name and the reason. Off by default, so an application
+        that does not ask sees only the notifications it knew before. The
+        refusal is logged either way.
+
+        @param on true to be told of refused commands.
+
+        @par Thread Safety
+        Any thread; takes effect for the next command. Nothing throws.
+    */
+    void setRefusalNotify(bool on);
+
+    /** Lets the library write to standard output, or stops it.
+
+        The library writes a few diagnostics straight to standard output: the
+        line "Logger ERROR: can NOT find OrvaneGlobalLogger, return default
+        log" and the fallback console logger "tmp_console_log" while no
+        logger is set (setOrvaneLogger), the intake lines of call signals,
+        and the lobby window's lines. They are on by default. Turned off,
+        nothing of the library reaches standard output, and while no logger
+        is set its log lines are dropped.
+
+        Static, so that it can be turned off before
+        OrvaneSDK_Factory::createInstance, whose construction already logs.
+        The fallback logger never replaces an spdlog default logger that the
+        application has set (one with a name).
+
+        @param on false to keep standard output to the application.
+
+        @par Thread Safety
+        Any thread, at any time. Nothing throws.
+    */
+    static void setConsoleOutput(bool on);
+
     void setListener(Listener* listener);
     void setMediaServiceListener(AVSDK::Listener* listener);
     void setOrvaneLogger(std::shared_ptr<spdlog::logger> logger);

@@ -97,6 +97,33 @@ ORVANE_API extern const char* const HOSTREQUEST;
 // 20 s, 40 s, then every minute). "confsdknotify_callsignal_ok" tells that
 // the device is registered.
 ORVANE_API extern const char* const NOT_REGISTERED;
+/** A command of the application was not carried out: "confsdknotify_command_refused".
+
+    Sent only to an application that has asked for it with
+    ConfSDK::setRefusalNotify(true); otherwise the refusal is only logged.
+    The data names the command as it was sent and why:
+    @code
+    {"command":"confControlmuteaudio","reason":"bad_field"}
+    @endcode
+    "reason" is one of:
+    - "unknown_command": no part of the library takes this command name;
+    - "malformed_json": the data is not JSON;
+    - "bad_field": a field the command needs is missing or of the wrong
+      type, or names a participant who is not in the meeting;
+    - "wrong_state": not now (a second "startconf" during a call, a
+      "rejectconf" with nothing ringing, a command for the media engine
+      before ConfSDK::initMediaService, an unmute the host forbids);
+    - "no_transport": the servers are to do it and ConfSDK::setOrvaneTrans
+      has not been called.
+
+    A command that is carried out but then fails at the servers or the
+    engine is not refused: its reply or the engine's notifications tell.
+
+    @par Thread Safety
+    Arrives on the thread that called ConfSDK::sendCommand, before that call
+    returns, with no library lock held.
+*/
+ORVANE_API extern const char* const COMMAND_REFUSED;
 
 ORVANE_API extern const char* const EXCPT_REASON_SRV_NO_ACCEPTED_AFTER_CLIENT_INVITE;
 ORVANE_API extern const char* const EXCPT_REASON_TIMEOUT_ON_JOIN;

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "command_refusal.h"
 #include "confsdk_p.h"
 #include "ctrlsdk_utils.h"
 #include "logger.h"
@@ -12,11 +13,12 @@ using json = nlohmann::json;
 
 namespace {
 
-bool hasAll(const json& j, std::initializer_list<const char*> keys) {
-    if (!j.is_object()) return false;
-    for (const char* k : keys)
-        if (!j.contains(k)) return false;
-    return true;
+// Whether the data has every key; a refusal noted in `outcome` when not.
+bool hasAll(const json& j, std::initializer_list<const char*> keys, RefusalRecord& outcome) {
+    bool all = j.is_object();
+    for (const char* k : keys) all = all && j.contains(k);
+    if (!all) outcome.refuse(j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
+    return all;
 }
 
 }  // namespace
@@ -25,14 +27,23 @@ bool hasAll(const json& j, std::initializer_list<const char*> keys) {
 // the local user's role forbids; its answer is only logged.
 void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& data) {
     LOG_DEBUG("OrvaneLogic_QV::sendCommand: type={}, data={}\n", type, data);
-    if (conf == nullptr || conf->media() == nullptr) return;
+    RefusalRecord outcome;
+    if (conf == nullptr || conf->media() == nullptr) {
+        outcome.refuse(Refusal::WrongState);
+        return;
+    }
     AVSDK* av = conf->media();
     const json j = CtrlSDKUtils::parseQuiet(data);
-    // A participant is named by its device; the engine knows its own ids.
-    auto engineId = [&](const char* key) { return conf->getAvUseridFromDeviceID(j.at(key).get<std::string>()); };
+    // A participant is named by its device; the engine knows its own ids. One
+    // who is not in the meeting is refused.
+    auto engineId = [&](const char* key) {
+        std::string id = conf->getAvUseridFromDeviceID(j.at(key).get<std::string>());
+        if (id.empty()) outcome.refuse(Refusal::BadField);
+        return id;
+    };
 
     if (type == CONF::MUTEAUDIOLOCAL) {
-        if (!hasAll(j, {"mute"})) return;
+        if (!hasAll(j, {"mute"}, outcome)) return;
         if (j.at("mute").get<bool>()) {
             LOG_DEBUG("mute Audio Local ret={}\n", av->muteLocalAudio());
         } else if (av->canUnmuteByMyself()) {
@@ -40,9 +51,10 @@ void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& dat
             LOG_DEBUG("unmute Audio Local ret={}\n", av->unmuteLocalAudio());
         } else {
             LOG_WARN("unmute audio local ret= can not unmute byself\n");
+            outcome.refuse(Refusal::WrongState);
         }
     } else if (type == CONF::MUTEAUDIO) {
-        if (!hasAll(j, {"guid", "mute"})) return;
+        if (!hasAll(j, {"guid", "mute"}, outcome)) return;
         const std::string userid = engineId("guid");
         if (userid.empty()) return;
         if (j.at("mute").get<bool>())
@@ -50,13 +62,13 @@ void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& dat
         else
             LOG_DEBUG("unmute audio engine_id={}, ret={}\n", userid, av->unmuteAudio(userid));
     } else if (type == CONF::MUTEALL) {
-        if (!hasAll(j, {"mute", "allowUnmute"})) return;
+        if (!hasAll(j, {"mute", "allowUnmute"}, outcome)) return;
         if (j.at("mute").get<bool>())
             LOG_DEBUG("mute audio all ret={}\n", av->muteAllAudio(j.at("allowUnmute").get<bool>()));
         else
             LOG_DEBUG("unmute audio all ret={}\n", av->unmuteAllAudio());
     } else if (type == CONF::MUTEVIDEO) {
-        if (!hasAll(j, {"guid", "mute"})) return;
+        if (!hasAll(j, {"guid", "mute"}, outcome)) return;
         const std::string userid = engineId("guid");
         if (userid.empty()) return;
         if (j.at("mute").get<bool>())
@@ -64,22 +76,22 @@ void OrvaneLogic_QV::sendCommand(const std::string& type, const std::string& dat
         else
             LOG_DEBUG("unmute video engine_id={}, ret={}\n", userid, av->unmuteVideo(userid));
     } else if (type == CONF::MAKEHOST) {
-        if (!hasAll(j, {"externalDeviceId"})) return;
+        if (!hasAll(j, {"externalDeviceId"}, outcome)) return;
         const std::string userid = engineId("externalDeviceId");
         if (userid.empty()) return;
         LOG_DEBUG("set {} as host ret = {}\n", userid, av->setHost(userid));
     } else if (type == CONF::RECLAIMHOST) {
-        if (!hasAll(j, {"confid"})) return;
+        if (!hasAll(j, {"confid"}, outcome)) return;
         LOG_DEBUG("reclaim host ret = {}\n", av->reclaimHost());
     } else if (type == CONF::MAKECOHOST) {
-        if (!hasAll(j, {"externalDeviceId", "bCohost"})) return;
+        if (!hasAll(j, {"externalDeviceId", "bCohost"}, outcome)) return;
         const std::string userid = engineId("externalDeviceId");
         if (userid.empty()) return;
         const bool cohost = j.at("bCohost").get<bool>();
         LOG_DEBUG("set {} bCohost={}, ret={}\n", userid, cohost,
                   cohost ? av->assignCohost(userid) : av->revokeCohost(userid));
     } else if (type == CONF::LOCKMEETING) {
-        if (!hasAll(j, {"lock"})) return;
+        if (!hasAll(j, {"lock"}, outcome)) return;
         const bool lock = j.at("lock").get<bool>();
         LOG_DEBUG("lock meeting bLock={}, ret={}\n", lock, av->lockMeeting(lock));
     }

@@ -77,29 +77,30 @@ std::string OrvaneControlSDk_private::wrapCallSignal(const std::string& type, co
     return callSignalEnvelope(type, CtrlSDKUtils::dump(payload));
 }
 
-bool OrvaneControlSDk_private::buildRequest(const std::string& type, const std::string& data, std::string& text) {
+Refusal OrvaneControlSDk_private::buildRequest(const std::string& type, const std::string& data, std::string& text) {
     if (type == CONF::CONTROLCOMMANDRESP) {
         text = data;  // already a whole wire message
-        return true;
+        return Refusal::None;
     }
     if (type == CONF::SYNCDATA) {
         // Only conference state is pushed to the server.
         const json j = CtrlSDKUtils::parseQuiet(data);
-        if (CtrlSDKUtils::safeString(j, "synctype") != "conference") return false;
+        if (CtrlSDKUtils::safeString(j, "synctype") != "conference")
+            return j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField;
     }
     if (isCallSignalType(type)) {
         text = wrapCallSignal(type, data);
         if (text.empty()) {
             LOG_JSON_ERROR("call signal is not JSON", data);
-            return false;
+            return Refusal::MalformedJson;
         }
         LOG_DEBUG("Confsdk - CallSignal dump={}", text);
-        return true;
+        return Refusal::None;
     }
     const auto builder = CtrlSDKUtils::OrvaneCmdToJson::restBuilderFor(type);
-    if (!builder) return false;
+    if (!builder) return Refusal::UnknownCommand;
     text = builder(type, data);
-    return true;
+    return Refusal::None;
 }
 
 TransSDK* OrvaneControlSDk_private::transportFor(const std::string& type, const std::string& data) {
@@ -120,16 +121,29 @@ TransSDK* OrvaneControlSDk_private::transportFor(const std::string& type, const 
 }
 
 void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::string& data) {
+    RefusalRecord outcome;
     TransSDK* t = transportFor(type, data);
-    if (t == nullptr) return;
+    if (t == nullptr) {
+        outcome.refuse(Refusal::NoTransport);
+        return;
+    }
     std::string text;
     try {
-        if (!buildRequest(type, data, text)) return;
+        const Refusal refusal = buildRequest(type, data, text);
+        if (refusal != Refusal::None) {
+            outcome.refuse(refusal);
+            return;
+        }
     } catch (const json::exception& e) {
         // A value of the wrong type in the application's data: nothing goes out.
         LOG_JSON_ERROR(e.what(), data);
+        outcome.refuse(Refusal::BadField);
         return;
     }
+    // A builder that finds a required key missing gives an empty text, which
+    // the server gets all the same.
+    if (text.empty())
+        outcome.refuse(CtrlSDKUtils::parseQuiet(data).is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
     t->sendTextMessage(text);
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "command_refusal.h"
 #include "orvane/controlsdk.h"
 #include "orvane/transsdk.h"
 
@@ -32,6 +33,7 @@ public:
     void onProcess(const std::string& name, const std::string& data) override;
     ~OrvaneControlSDk_private() override = default;
 
+    // Sends the command's wire text; a refusal is left for lastRefusal().
     void sendCommand(const std::string& type, const std::string& data);
     // A call signal of the library's own, already in the library's JSON text
     // (compact, sorted keys): it goes into the envelope as it is.
@@ -55,10 +57,11 @@ private:
         std::atomic<ControlSDK::Listner*> listener{nullptr};
     };
 
-    // The wire text for `type`, or false when the type has no entry.
-    bool buildRequest(const std::string& type, const std::string& data, std::string& text);
-    // Sends `text` as the request of `type` carrying `data`.
-    void send(const std::string& type, const std::string& data, TransSDK* t, const std::string& text);
+    // The wire text for `type`; why not, when the type has no entry or its
+    // data cannot give one.
+    Refusal buildRequest(const std::string& type, const std::string& data, std::string& text);
+    // The transport, with the request of `type` noted for its reply; null,
+    // with the channel's error line, when there is none.
     TransSDK* transportFor(const std::string& type, const std::string& data);
     void process(const std::string& data);
 

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <thread>
 
+#include "console_output.h"
 #include "lobby/lobby_session.h"
 #include "logger.h"
 
@@ -154,6 +155,7 @@ void lobbyRunCloseAction() {
 }
 
 void printLobbyLine(const char* line) {
+    if (!consoleOutput()) return;
     std::fputs(line, stdout);
     std::fflush(stdout);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// The lines of a recorded session: what orvane-cli --trace writes and
+// The lines of a recorded session: what orvane-cli --record writes and
 // orvane-replay reads. The format is told at the top of orvane_replay.cpp.
 
 #include <nlohmann/json.hpp>
