@@ -279,10 +279,10 @@ int OrvaneSDKPrivate::onJoinMsgMyOwn(const json& event) {
 
 void OrvaneSDKPrivate::onNotify(std::string group, std::string cmd, std::string data) {
     CallLock lock(callMutex_);
-    std::string copy = data;
     LOG_DEBUG("--------{} : group {}, cmd {}, data {}-------", "onNotify", group, cmd, data);
     bool pass = false;
-    // Nothing the engine sends may throw back into its thread.
-    runContained("onNotify: a handler failed", [&] { pass = filter_.av_notification_filter(group, cmd, copy); });
-    if (pass) app_.notifyMedia(group, cmd, copy);
+    // Nothing the engine sends may throw back into its thread. The handler
+    // may rewrite the data; the application gets it as the handler left it.
+    runContained("onNotify: a handler failed", [&] { pass = filter_.av_notification_filter(group, cmd, data); });
+    if (pass) app_.notifyMedia(std::move(group), std::move(cmd), std::move(data));
 }
