@@ -8,4 +8,5 @@
 #include "orvane/orvanelogic.h"
 #include "orvane/transsdk.h"
 #include "orvane/types.h"
+#include "orvane/version.h"
 #include "orvane/vocabulary.h"
