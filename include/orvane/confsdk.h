@@ -147,6 +147,7 @@ public:
 
 private:
     ::OrvaneSDKPrivate* d;
+    ConfControlService* services_;
 };
 
 class ORVANE_API OrvaneSDK_Factory {
