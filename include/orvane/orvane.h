@@ -1,6 +1,8 @@
 #pragma once
 
-// The whole exported interface of liborvaneControl.
+/// @file
+/// The whole exported interface of liborvaneControl: including it is
+/// enough.
 #include "orvane/avsdk.h"
 #include "orvane/confsdk.h"
 #include "orvane/controlsdk.h"
