@@ -3,7 +3,8 @@
 # Runs the lobby under Xvfb with openbox (which draws the title bar), saves
 # the screen, then closes the window as its close button would (wmctrl -c)
 # and checks that the close action ran. ORVANE_LOBBY_TOOL may name an
-# already built orvane-lobby-screenshot; otherwise it is built in build/.
+# already built orvane-lobby-screenshot; otherwise the one of build/ is
+# brought up to date (configuring build/ first when it is new) and used.
 set -euo pipefail
 out=$(realpath -m "${1:?usage: lobby-screenshot.sh OUT.png}")
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -12,8 +13,7 @@ title="In Meeting - LOBBY"
 if [ "${2:-}" != "--inside" ]; then
   if [ -z "${ORVANE_LOBBY_TOOL:-}" ]; then
     "$root/scripts/setup.sh"
-    cmake -S "$root" -B "$root/build" >/dev/null
-    cmake --build "$root/build" -j2 --target orvane-lobby-screenshot >/dev/null
+    "$root/scripts/build.sh" "$root/build" --target orvane-lobby-screenshot
     export ORVANE_LOBBY_TOOL="$root/build/src/orvane-lobby-screenshot"
   fi
   # Wide enough for the whole window, close button included.

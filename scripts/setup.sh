@@ -12,6 +12,8 @@ packages=(
   # the lobby window (Xlib); its tests and screenshots under Xvfb and openbox
   libx11-dev
   xvfb xauth imagemagick openbox wmctrl
+  # the HTML reference of the headers, which the suite checks
+  doxygen
   # and whatever the calling script needs besides
   "$@"
 )

@@ -33,6 +33,81 @@ void guardedVoid(const char* operation, F&& body) {
     });
 }
 
+// The services as the application reaches them. The engine's code runs
+// inside several of them, so each is guarded like the facade's members.
+class GuardedServices final : public ConfSDK::ConfControlService,
+                              public ConfSDK::ConfInterpretationService,
+                              public ConfSDK::ConfUiControlService {
+public:
+    explicit GuardedServices(OrvaneSDKPrivate& core) : core_(core) {}
+
+    bool isRunning() override { return guarded("isRunning", false, [&] { return core_.isRunning(); }); }
+    int setLayout(const std::vector<LayoutItem>& items, int a, int b) override {
+        return guarded("setLayout", 0, [&] { return core_.setLayout(items, a, b); });
+    }
+    ConfSDK::ConfInterpretationService* getConfInterpretationService() override {
+        const bool present = guarded("getConfInterpretationService", false,
+                                     [&] { return core_.getConfInterpretationService() != nullptr; });
+        return present ? this : nullptr;
+    }
+    ConfSDK::ConfUiControlService* getConfUiControlService() override {
+        const bool present =
+            guarded("getConfUiControlService", false, [&] { return core_.getConfUiControlService() != nullptr; });
+        return present ? this : nullptr;
+    }
+    void getLayoutSize(Rect container, int layoutId, int sumCount, int* width, int* height) override {
+        guardedVoid("getLayoutSize", [&] { core_.getLayoutSize(container, layoutId, sumCount, width, height); });
+    }
+    Rect fitRect(Rect container, int width, int height) override {
+        return guarded("fitRect", Rect{}, [&] { return core_.fitRect(container, width, height); });
+    }
+    Rect getCellRect(Rect container, int layoutId, int sumCount, int index) override {
+        return guarded("getCellRect", Rect{}, [&] { return core_.getCellRect(container, layoutId, sumCount, index); });
+    }
+    Rect computeCellRect(Rect container, int spacing, int margin, int gridRow, int gridColumn, int width, int height,
+                         int rowStart, int rowEnd, int colStart, int colEnd) override {
+        return guarded("computeCellRect", Rect{}, [&] {
+            return core_.computeCellRect(container, spacing, margin, gridRow, gridColumn, width, height, rowStart,
+                                         rowEnd, colStart, colEnd);
+        });
+    }
+    void setLayoutOrder(std::string key, std::vector<std::string> list) override {
+        guardedVoid("setLayoutOrder", [&] { core_.setLayoutOrder(std::move(key), std::move(list)); });
+    }
+    std::vector<std::string> getLayoutOrder(std::string key) override {
+        return guarded("getLayoutOrder", std::vector<std::string>(),
+                       [&] { return core_.getLayoutOrder(std::move(key)); });
+    }
+    std::vector<std::string> mergeLayoutOrder(std::string key, std::vector<std::string> list) override {
+        return guarded("mergeLayoutOrder", std::vector<std::string>(),
+                       [&] { return core_.mergeLayoutOrder(std::move(key), std::move(list)); });
+    }
+
+    std::vector<std::string> interpretationList() override {
+        return guarded("interpretationList", std::vector<std::string>(), [&] { return core_.interpretationList(); });
+    }
+    int interpretationUserSet(const std::string& deviceId, int a, int b) override {
+        return guarded("interpretationUserSet", -1, [&] { return core_.interpretationUserSet(deviceId, a, b); });
+    }
+    int interpretationUserClear(const std::string& deviceId) override {
+        return guarded("interpretationUserClear", -1, [&] { return core_.interpretationUserClear(deviceId); });
+    }
+    int interpretationUserChange(const std::string& deviceId, int a, int b) override {
+        return guarded("interpretationUserChange", -1, [&] { return core_.interpretationUserChange(deviceId, a, b); });
+    }
+    int interpretationStart() override {
+        return guarded("interpretationStart", -1, [&] { return core_.interpretationStart(); });
+    }
+    int interpretationStop() override {
+        return guarded("interpretationStop", -1, [&] { return core_.interpretationStop(); });
+    }
+
+    int uiControlCall() override { return guarded("uiControlCall", -1, [&] { return core_.uiControlCall(); }); }
+
+private:
+    OrvaneSDKPrivate& core_;
+};
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -57,6 +132,7 @@ ConfSDK::ConfSDK(const std::string& platformName, const std::string& createParam
     LOG_DEBUG("ConfSDK::ConfSDK ctor enter\n");
     seedCallIdGenerator();
     d = new OrvaneSDKPrivate(platformName, createParam);
+    services_ = new GuardedServices(*d);
 }
 
 void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
@@ -76,7 +152,7 @@ void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
     }
 }
 
-ConfSDK::ConfControlService& ConfSDK::getConfControlService() { return *d; }
+ConfSDK::ConfControlService& ConfSDK::getConfControlService() { return *services_; }
 
 void ConfSDK::setRefusalNotify(bool on) { d->app().setRefusalNotify(on); }
 

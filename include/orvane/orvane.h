@@ -1,6 +1,8 @@
 #pragma once
 
-// The whole exported interface of liborvaneControl.
+/// @file
+/// The whole exported interface of liborvaneControl: including it is
+/// enough.
 #include "orvane/avsdk.h"
 #include "orvane/confsdk.h"
 #include "orvane/controlsdk.h"
@@ -8,4 +10,5 @@
 #include "orvane/orvanelogic.h"
 #include "orvane/transsdk.h"
 #include "orvane/types.h"
+#include "orvane/version.h"
 #include "orvane/vocabulary.h"
