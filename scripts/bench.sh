@@ -11,9 +11,9 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh python3
 min_time=${1:-0.5}
 dir=build-bench
-cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Release -DORVANE_BUILD_TESTS=OFF -DORVANE_BUILD_STRESS=OFF \
-  -DORVANE_BUILD_BENCH=ON >/dev/null
-cmake --build "$dir" -j2 --target orvane_bench orvane-resource-probe
+scripts/build.sh "$dir" --target orvane_bench -DCMAKE_BUILD_TYPE=Release -DORVANE_BUILD_TESTS=OFF \
+  -DORVANE_BUILD_STRESS=OFF -DORVANE_BUILD_BENCH=ON
+scripts/build.sh "$dir" --target orvane-resource-probe
 out="$dir/bench-results"
 mkdir -p "$out"
 
