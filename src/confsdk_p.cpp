@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <exception>
+#include <string_view>
+#include <unordered_map>
 
 #include "OrvaneLogic/orvanelogic_qv.h"
 #include "avsdk_serialization.h"
@@ -43,10 +45,22 @@ Refusal refusalOf(const json::exception& e) {
     return dynamic_cast<const json::parse_error*>(&e) ? Refusal::MalformedJson : Refusal::BadField;
 }
 
-bool isLogicCommand(const std::string& type) {
-    return type == CONF::MUTEAUDIOLOCAL || type == CONF::MUTEAUDIO || type == CONF::MUTEVIDEO ||
-           type == CONF::MUTEALL || type == CONF::LOCKMEETING || type == CONF::MAKEHOST ||
-           type == CONF::MAKECOHOST;
+// Where a command of the application goes.
+enum class Route { Servers, Start, Reject, Leave, End, Logic, Endpoints, SyncData, DeviceName };
+
+Route routeOf(const std::string& type) {
+    // Every command asks: one hash instead of a row of comparisons.
+    static const std::unordered_map<std::string_view, Route> kRoutes = {
+        {CONF::STARTCONF, Route::Start},         {CONF::REJECTCONF, Route::Reject},
+        {CONF::LEAVECONF, Route::Leave},         {CONF::ENDCONF, Route::End},
+        {CONF::MUTEAUDIOLOCAL, Route::Logic},    {CONF::MUTEAUDIO, Route::Logic},
+        {CONF::MUTEVIDEO, Route::Logic},         {CONF::MUTEALL, Route::Logic},
+        {CONF::LOCKMEETING, Route::Logic},       {CONF::MAKEHOST, Route::Logic},
+        {CONF::MAKECOHOST, Route::Logic},        {CONF::ENDPOINTS, Route::Endpoints},
+        {CONF::SYNCDATA, Route::SyncData},       {CONF::UPDATEDEVICENAME, Route::DeviceName},
+    };
+    const auto found = kRoutes.find(type);
+    return found == kRoutes.end() ? Route::Servers : found->second;
 }
 
 }  // namespace
@@ -97,7 +111,8 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
     auto toControl = [&](const std::string& text) {
         refused.note(outcomeOf([&] { control_.sendCommand(type, text); }));
     };
-    if (type == CONF::STARTCONF) {
+    const Route route = routeOf(type);
+    if (route == Route::Start) {
         // Read first, take only when the machine accepts the start: a start
         // refused during a call must leave that call's record as it is.
         const PendingConference pending = readConfinfo(data);
@@ -123,9 +138,9 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
             }
         });
         if (started == STATE_INVALID) refused.note(Refusal::WrongState);
-    } else if (type == CONF::REJECTCONF) {
+    } else if (route == Route::Reject) {
         if (machine_.reject_conf() == STATE_INVALID) refused.note(Refusal::WrongState);
-    } else if (type == CONF::LEAVECONF) {
+    } else if (route == Route::Leave) {
         conf_.is_user_call_leave = true;
         LOG_DEBUG("---Call leave conf...--");
         if (machine_.leave_conf() == STATE_INVALID) refused.note(Refusal::WrongState);
@@ -134,7 +149,7 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
         // with it the time-out of the state it was in.
         machine_.setState(AVSTATE_IDLE);
         LOG_DEBUG("----ConfState change to idle state---");
-    } else if (type == CONF::ENDCONF) {
+    } else if (route == Route::End) {
         conf_.is_user_call_leave = true;
         if (av_) {
             av_->endMeeting();
@@ -142,7 +157,7 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
             LOG_ERROR("ERROR! getMediaService return null, please call initMediaService first.\n");
             refused.note(Refusal::WrongState);
         }
-    } else if (isLogicCommand(type)) {
+    } else if (route == Route::Logic) {
         try {
             refused.note(outcomeOf([&] { logic_->sendCommand(type, data); }));
         } catch (const json::exception& e) {
@@ -150,7 +165,7 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
             LOG_JSON_ERROR(e.what(), data);
             refused.note(Refusal::BadField);
         }
-    } else if (type == CONF::ENDPOINTS) {
+    } else if (route == Route::Endpoints) {
         const json j = CtrlSDKUtils::parseQuiet(data);
         if (!j.is_object() || !j.contains("confid")) {
             refused.note(j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
@@ -164,10 +179,10 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
             LOG_JSON_ERROR(e.what(), data);
             refused.note(Refusal::BadField);
         }
-    } else if (type == CONF::SYNCDATA) {
+    } else if (route == Route::SyncData) {
         const std::string request = checkSyncCommand(data);
         toControl(request.empty() ? data : request);
-    } else if (type == CONF::UPDATEDEVICENAME) {
+    } else if (route == Route::DeviceName) {
         try {
             json j = json::parse(data);
             j["deviceid"] = identity_.deviceId();

@@ -34,21 +34,38 @@ std::vector<std::string> split(const std::string& text, char sep) {
 
 std::string dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
 
-void appendJsonString(std::string& out, std::string_view text) {
-    // Printable ASCII is written here; a text with bytes above it goes to the
-    // JSON library whole, so that what is not UTF-8 is replaced as dump does.
-    for (unsigned char c : text) {
-        if (c >= 0x80) {
-            out += dump(json(std::string(text)));
-            return;
-        }
+namespace {
+
+// For each byte: 0 written as it is, 1 escaped, 2 not ASCII.
+struct ByteKinds {
+    unsigned char kind[256] = {};
+    constexpr ByteKinds() {
+        for (int c = 0; c < 0x20; ++c) kind[c] = 1;
+        kind[static_cast<unsigned char>('"')] = 1;
+        kind[static_cast<unsigned char>('\\')] = 1;
+        for (int c = 0x80; c < 0x100; ++c) kind[c] = 2;
     }
-    static const char kHex[] = "0123456789abcdef";
+};
+constexpr ByteKinds kByteKinds;
+
+}  // namespace
+
+void appendJsonString(std::string& out, std::string_view text) {
+    const size_t start = out.size();
+    out.reserve(start + text.size() + 2);
     out += '"';
     size_t plain = 0;  // start of the run not yet copied
     for (size_t i = 0; i < text.size(); ++i) {
         const unsigned char c = static_cast<unsigned char>(text[i]);
-        if (c >= 0x20 && c != '"' && c != '\\') continue;
+        const unsigned char kind = kByteKinds.kind[c];
+        if (kind == 0) continue;
+        if (kind == 2) {
+            // Bytes above ASCII go to the JSON library with the whole text,
+            // so that what is not UTF-8 is replaced as dump does.
+            out.resize(start);
+            out += dump(json(std::string(text)));
+            return;
+        }
         out.append(text.data() + plain, i - plain);
         plain = i + 1;
         switch (c) {
@@ -59,10 +76,11 @@ void appendJsonString(std::string& out, std::string_view text) {
             case '\n': out += "\\n"; break;
             case '\r': out += "\\r"; break;
             case '\t': out += "\\t"; break;
-            default:
-                out += "\\u00";
-                out += kHex[c >> 4];
-                out += kHex[c & 0xf];
+            default: {
+                static const char kHex[] = "0123456789abcdef";
+                const char escape[] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 0xf]};
+                out.append(escape, sizeof escape);
+            }
         }
     }
     out.append(text.data() + plain, text.size() - plain);

@@ -55,6 +55,36 @@ TEST(Logger, SetLoggerReplacesAndEmptyHandleRestoresFallback) {
     EXPECT_NE(testing::internal::GetCapturedStdout().find("Logger ERROR"), std::string::npos);
 }
 
+// A line below the level costs a load and nothing else: its arguments are
+// not even worked out. The application's level is read again as the
+// library is next entered, and a logger keeping a backtrace gets every line.
+TEST(Logger, LinesBelowTheLevelAreNotFormatted) {
+    LogCapture logs;
+    int formatted = 0;
+    auto argument = [&] { return ++formatted; };
+    logs.logger()->set_level(spdlog::level::info);
+    ORVANE::refreshLogLevel();
+    LOG_DEBUG("debug {}", argument());
+    LOG_INFO("info {}", argument());
+    EXPECT_EQ(formatted, 1);
+    EXPECT_EQ(logs.lines().size(), 1u);
+
+    logs.logger()->set_level(spdlog::level::debug);
+    LOG_DEBUG("not yet {}", argument());
+    EXPECT_EQ(formatted, 1);
+    std::recursive_mutex callMutex;
+    { ORVANE::CallLock entry(callMutex); }
+    LOG_DEBUG("now {}", argument());
+    EXPECT_EQ(formatted, 2);
+
+    logs.logger()->set_level(spdlog::level::off);
+    logs.logger()->enable_backtrace(4);
+    { ORVANE::CallLock entry(callMutex); }
+    LOG_DEBUG("kept for the backtrace {}", argument());
+    EXPECT_EQ(formatted, 3);
+    logs.logger()->disable_backtrace();
+}
+
 TEST(Logger, QualifiedFunctionNames) {
     using ORVANE::detail::qualifiedFunctionName;
     EXPECT_EQ(qualifiedFunctionName("void ORVANE::ConfSDK::sendCommand(const string&, const string&)"),

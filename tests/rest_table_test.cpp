@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "ServerInteraction/orvanecmdtojson.h"
+#include "ctrlsdk_utils.h"
 #include "log_capture.h"
 #include "orvane/vocabulary.h"
 
@@ -131,6 +132,28 @@ TEST(RestEnvelope, SortedCompactAndTolerantOfBadUtf8) {
               R"({"id":"i","method":"quelmar","msg":"method","params":[{"payload":"\"q\"","type":"get","url":"/u?a=1&b=é"}]})");
     EXPECT_EQ(restEnvelope("i", "/u/\xff", "get", "null"),
               R"({"id":"i","method":"quelmar","msg":"method","params":[{"payload":"null","type":"get","url":"/u/�"}]})");
+}
+
+// Messages written from their parts quote their texts exactly as the JSON
+// library would: every byte that needs escaping, in each position.
+TEST(RestEnvelope, TextsAreQuotedAsTheJsonLibraryQuotesThem) {
+    const std::string texts[] = {
+        "",
+        "plain /api/quelmar/1.0?a=1&b=2",
+        "\"quoted\" and back\\slash",
+        std::string("nul\0in the middle", 18),
+        "\b\f\n\r\t",
+        "\x01\x1f\x7f end",
+        "é ü 中文",
+        "bad \xff\xfe utf-8 \"quoted\"",
+        "\"",
+        "\x1f",
+    };
+    for (const std::string& text : texts) {
+        std::string written = "prefix";
+        CtrlSDKUtils::appendJsonString(written, text);
+        EXPECT_EQ(written, "prefix" + CtrlSDKUtils::dump(nlohmann::json(text))) << text;
+    }
 }
 
 // A builder never mixes two identities: the flag and the ids are read together.

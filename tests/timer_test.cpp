@@ -2,6 +2,7 @@
 // and the wake-up of a worker that waits for a later task.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <thread>
 
@@ -92,4 +93,58 @@ TEST(TimerTasks, ShutdownEndsEveryWait) {
     q.shutdown();
     ASSERT_EQ(waiting.wait_for(2s), std::future_status::ready);
     EXPECT_FALSE(waiting.get());
+}
+
+namespace {
+
+// The real clocks, counting each wait the worker starts: one at first, one
+// more after each time it is woken.
+class CountingClock : public Clock {
+public:
+    int64_t systemTicks() override { return real_->systemTicks(); }
+    int64_t steadyNanos() override { return real_->steadyNanos(); }
+    void waitUntilTicks(std::condition_variable& cv, std::unique_lock<std::mutex>& lock, int64_t due) override {
+        ++waits;
+        real_->waitUntilTicks(cv, lock, due);
+    }
+    void waitUntilSteady(std::condition_variable& cv, std::unique_lock<std::mutex>& lock, int64_t due) override {
+        real_->waitUntilSteady(cv, lock, due);
+    }
+    void sleepFor(std::chrono::milliseconds d) override { real_->sleepFor(d); }
+    std::atomic<int> waits{0};
+
+private:
+    std::shared_ptr<Clock> real_ = systemClock();
+};
+
+}  // namespace
+
+TEST(TimerTasks, TheWorkerIsWokenOnlyForAnEarlierTask) {
+    auto clock = std::make_shared<CountingClock>();
+    TimerTaskQueue q(clock);
+    q.add(3600, [](std::string) {}, "hour");
+    std::thread worker([&] {
+        TimerTaskItem task;
+        while (q.takeNext(task)) {
+        }
+    });
+    // The count reached, or the time given for it over.
+    auto reaches = [&](int waits) {
+        const auto deadline = std::chrono::steady_clock::now() + 2s;
+        while (clock->waits < waits && std::chrono::steady_clock::now() < deadline) std::this_thread::sleep_for(1ms);
+        return clock->waits.load();
+    };
+    ASSERT_EQ(reaches(1), 1);
+    // Later tasks and cancels leave it asleep.
+    q.add(7200, [](std::string) {}, "two hours");
+    q.cancel(q.add(5400, [](std::string) {}, "cancelled"));
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(clock->waits, 1);
+    // An earlier one wakes it once, to sleep until the new time.
+    q.add(1800, [](std::string) {}, "half an hour");
+    EXPECT_EQ(reaches(2), 2);
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(clock->waits, 2);
+    q.shutdown();
+    worker.join();
 }

@@ -41,7 +41,7 @@ Identity currentIdentity() {
     return identity;
 }
 
-bool has(const json& j, const std::string& key) { return j.is_object() && j.find(key) != j.end(); }
+bool has(const json& j, std::string_view key) { return j.is_object() && j.find(key) != j.end(); }
 
 // A value as it goes into a url. Forms: 's' string, 'b' bool as 1/0,
 // 'n' 32-bit integer, 'u' 32-bit unsigned, 't' 64-bit integer. A value of
@@ -85,7 +85,7 @@ void walkPath(std::string_view path, Literal&& literal, Field&& field) {
             form = inner[0];
             inner.remove_prefix(2);
         }
-        field(form, std::string(inner));
+        field(form, inner);
         pos = close + 1;
     }
 }
@@ -95,7 +95,7 @@ template <typename Each>
 void forEachWord(std::string_view words, Each&& each) {
     while (!words.empty()) {
         const size_t end = std::min(words.find(' '), words.size());
-        each(std::string(words.substr(0, end)));
+        each(words.substr(0, end));
         words.remove_prefix(std::min(end + 1, words.size()));
     }
 }
@@ -162,10 +162,10 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
     // Every required key is looked for before any is read: a missing key
     // gives no request even when another one has the wrong type.
     bool complete = true;
-    const auto need = [&](const std::string& key) { complete = complete && has(j, key); };
+    const auto need = [&](std::string_view key) { complete = complete && has(j, key); };
     walkPath(
         row.path, [](std::string_view) {},
-        [&](char form, const std::string& key) {
+        [&](char form, std::string_view key) {
             if (form != kOwnDevice) need(key);
         });
     forEachWord(row.needs, need);
@@ -173,10 +173,12 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
     if (!complete) return std::nullopt;
 
     Request req;
-    req.url = std::string(row.base) + version;
+    req.url.reserve(96);
+    req.url += row.base;
+    req.url += version;
     walkPath(
         row.path, [&](std::string_view literal) { req.url += literal; },
-        [&](char form, const std::string& key) {
+        [&](char form, std::string_view key) {
             req.url += form == kOwnDevice ? currentIdentity().deviceId : urlValue(j.at(key), form);
         });
 
@@ -201,7 +203,7 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
             break;
         case Body::Copy: {
             json body = json::object();
-            forEachWord(row.needs, [&](const std::string& key) { body[key] = j.at(key); });
+            forEachWord(row.needs, [&](std::string_view key) { body[std::string(key)] = j.at(key); });
             req.payload = dump(body);
             break;
         }

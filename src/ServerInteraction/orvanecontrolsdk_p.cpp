@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <string_view>
+#include <unordered_map>
+
 #include "ctrlsdk_utils.h"
 #include "logger.h"
 #include "orvane/vocabulary.h"
@@ -13,12 +16,22 @@ using json = nlohmann::json;
 
 namespace {
 
-bool isCallSignalType(const std::string& type) {
-    static const char* const kTypes[] = {"REGISTER", "RINGING",  "INVITE", "ACK",    "BYE", "UNREGISTER",
-                                         "CONNECTING", "ACCEPTED", "UPDATE", "ERROR", "OK"};
-    for (const char* t : kTypes)
-        if (type == t) return true;
-    return false;
+// What the channel makes of a command; most are REST requests.
+enum class Wire { Rest, Whole, SyncData, CallSignal };
+
+Wire wireOf(const std::string& type) {
+    // Every command asks: one hash instead of a row of comparisons.
+    static const std::unordered_map<std::string_view, Wire> kWires = {
+        {CONF::CONTROLCOMMANDRESP, Wire::Whole}, {CONF::SYNCDATA, Wire::SyncData},
+        {"REGISTER", Wire::CallSignal},          {"RINGING", Wire::CallSignal},
+        {"INVITE", Wire::CallSignal},            {"ACK", Wire::CallSignal},
+        {"BYE", Wire::CallSignal},               {"UNREGISTER", Wire::CallSignal},
+        {"CONNECTING", Wire::CallSignal},        {"ACCEPTED", Wire::CallSignal},
+        {"UPDATE", Wire::CallSignal},            {"ERROR", Wire::CallSignal},
+        {"OK", Wire::CallSignal},
+    };
+    const auto found = kWires.find(type);
+    return found == kWires.end() ? Wire::Rest : found->second;
 }
 
 // Where "fileserver" is a WebSocket address, the web form of the same host.
@@ -78,17 +91,18 @@ std::string OrvaneControlSDk_private::wrapCallSignal(const std::string& type, co
 }
 
 Refusal OrvaneControlSDk_private::buildRequest(const std::string& type, const std::string& data, std::string& text) {
-    if (type == CONF::CONTROLCOMMANDRESP) {
+    const Wire wire = wireOf(type);
+    if (wire == Wire::Whole) {
         text = data;  // already a whole wire message
         return Refusal::None;
     }
-    if (type == CONF::SYNCDATA) {
+    if (wire == Wire::SyncData) {
         // Only conference state is pushed to the server.
         const json j = CtrlSDKUtils::parseQuiet(data);
         if (CtrlSDKUtils::safeString(j, "synctype") != "conference")
             return j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField;
     }
-    if (isCallSignalType(type)) {
+    if (wire == Wire::CallSignal) {
         text = wrapCallSignal(type, data);
         if (text.empty()) {
             LOG_JSON_ERROR("call signal is not JSON", data);
