@@ -7,6 +7,9 @@ packages=(
   g++ cmake make
   nlohmann-json3-dev libspdlog-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # the WebSocket transport and orvane-simserver (Boost.Beast, OpenSSL); the
+  # TLS tests make their certificates with the openssl tool
+  libboost-dev libboost-system-dev libssl-dev openssl
   # the lobby window (Xlib); its tests and screenshots under Xvfb and openbox
   libx11-dev
   xvfb xauth imagemagick openbox wmctrl

@@ -28,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "cli_transport.h"
 #include "layout_view.h"
 #include "loopback_transport.h"
 #include "sim_engine.h"
@@ -416,6 +417,7 @@ struct Options {
     std::string platform = "QV";
     std::string traceFile;            // --trace: the session recorded for orvane-replay
     std::vector<std::string> ignore;  // signals the call server ignores from the start
+    orvcli::ClientLink::Remote server;  // --server: orvane-simserver instead of the servers in here
 };
 
 const char* const kHelp = R"(Commands of the application:
@@ -482,11 +484,13 @@ The known conferences: 8001 (meeting 99001), 8002 (a lobby: LOBBY-99002), 8003 (
 class Console {
 public:
     Console(const Options& options, FILE* out)
-        : options_(options), timeline_(out), app_(timeline_), servers_(transport_) {}
+        : options_(options), timeline_(out), app_(timeline_), servers_(transport_),
+          link_(transport_, engine_, options.server,
+                [this](const std::string& who, const std::string& what) { timeline_.line(who, what); }) {}
     // The wire and the engine both report into the library, which may call
     // the other: both stop before either dies.
     ~Console() {
-        transport_.stop();
+        link_.stop();
         engine_.stop();
     }
 
@@ -537,6 +541,7 @@ private:
     orvsim::LoopbackTransport transport_;
     orvsim::SimEngine engine_;
     orvsim::SimServers servers_;
+    orvcli::ClientLink link_;
     orvtrace::Recorder recorder_;
     ORVANE::ConfSDK* sdk_ = nullptr;
     std::shared_ptr<LibraryLog> libraryLog_;
@@ -581,7 +586,7 @@ void Console::settle() {
     const auto libraryLimit = std::chrono::steady_clock::now() + 2s;
     for (int quiet = 0; quiet < 3;) {
         const bool ui = runUi();
-        const bool wire = !transport_.idle(0ms);
+        const bool wire = !link_.idle();
         const bool media = !engine_.idle(0ms);
         bool library = libraryLog_->busy();
         if (library && std::chrono::steady_clock::now() > libraryLimit) {
@@ -681,6 +686,10 @@ bool Console::execute(const std::string& raw) {
     for (std::string word; in >> word;) w.push_back(word);
     if (w.empty()) return true;
     const std::string& cmd = w[0];
+    if (!link_.refusal(cmd).empty()) {
+        timeline_.plain(link_.refusal(cmd));
+        return false;
+    }
 
     if (cmd == "help") {
         timeline_.plain(kHelp);
@@ -889,7 +898,7 @@ int Console::run() {
         if (op == "setConfSignal") return;  // the signal is on the wire line already
         timeline_.line("engine", op + (detail.empty() ? "" : " " + detail));
     });
-    transport_.setTrace([this](bool toServer, const std::string& text) {
+    link_.setTrace([this](bool toServer, const std::string& text) {
         if (options_.trace) timeline_.trace(toServer, text);
         timeline_.line(toServer ? "wire>" : "wire<", summarize(toServer, text));
     });
@@ -912,14 +921,18 @@ int Console::run() {
     sdk_->setOrvaneLogger(logger);
     sdk_->setListener(recorder_.app(&app_));
     sdk_->setMediaServiceListener(recorder_.media(&app_));
-    sdk_->setOrvaneTrans(recorder_.transport(&transport_));
+    sdk_->setOrvaneTrans(recorder_.transport(&link_.transport()));
     timeline_.line("app", "initMediaService " + options_.platform);
     recorder_.initMediaService(options_.platform, "");
     sdk_->initMediaService(options_.platform, "");
     settle();
     for (const auto& signal : options_.ignore) servers_.ignoreSignal(signal);
-    timeline_.line("sim", "the servers attach the device " + servers_.device().deviceId);
-    servers_.attach();
+    if (link_.remote()) {
+        if (!link_.start(logger)) return 2;
+    } else {
+        timeline_.line("sim", "the servers attach the device " + servers_.device().deviceId);
+        servers_.attach();
+    }
     settle();
 
     int status = 0;
@@ -1004,10 +1017,14 @@ int main(int argc, char** argv) {
             options.logFile = argv[++i];
         } else if (a == "--platform" && i + 1 < argc) {
             options.platform = argv[++i];
+        } else if (a == "--server" && i + 1 < argc) {
+            options.server.url = argv[++i];
+        } else if (a == "--ca" && i + 1 < argc) {
+            options.server.caFile = argv[++i];
         } else {
             std::printf(
                 "usage: orvane-cli [--script FILE] [--trace FILE] [--wire] [--log FILE] [--verbose] [--platform QV|QC]\n"
-                "                  [--ignore SIGNAL]...\n"
+                "                  [--ignore SIGNAL]... [--server ws://HOST:PORT [--ca FILE]]\n"
                 "  --script FILE  run the commands of FILE, then quit\n"
                 "  --trace FILE   record the session for orvane-replay\n"
                 "  --wire         print every wire message as a JSON line\n"
@@ -1015,6 +1032,9 @@ int main(int argc, char** argv) {
                 "  --log FILE     write the library's log to FILE\n"
                 "  --verbose      let the library's own standard-output diagnostics through\n"
                 "  --platform     the media platform (QV: engine calls on the UI thread; QC: direct)\n"
+                "  --server URL   the servers of orvane-simserver at ws://HOST:PORT or wss://HOST:PORT instead of\n"
+                "                 the simulated servers in here; the engine stays here\n"
+                "  --ca FILE      with wss://: trust the certificate authority of this PEM file too\n"
                 "Type help inside for the commands.\n");
             return a == "--help" || a == "-h" ? 0 : 2;
         }
