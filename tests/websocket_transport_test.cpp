@@ -5,7 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -108,6 +108,16 @@ WebSocketTransport::Options fastOptions(const std::string& url, LogCapture& logs
     return options;
 }
 
+// Hands the transport the watcher as receiver and state listener, starts
+// it, and waits for the connection.
+::testing::AssertionResult startWatched(WebSocketTransport& transport, TransportWatcher& watcher) {
+    transport.setStateListener(&watcher);
+    transport.addProcess(&watcher);
+    if (transport.start() != 0) return ::testing::AssertionFailure() << "start refused";
+    if (!watcher.waitState(State::Connected)) return ::testing::AssertionFailure() << "not connected";
+    return ::testing::AssertionSuccess();
+}
+
 // A method message as the control channel sends it.
 std::string method(const std::string& id) {
     return R"({"id":")" + id + R"(","method":"quelmar","msg":"method","params":[{"type":"MQ_CALLMASTER"}]})";
@@ -119,12 +129,9 @@ TEST(WebSocketTransport, FramesGoBothWaysInOrder) {
     ASSERT_TRUE(server.start());
     TransportWatcher watcher;
     WebSocketTransport transport(fastOptions(server.url(), logs));
-    transport.setStateListener(&watcher);
-    transport.addProcess(&watcher);
     transport.addProcess(&watcher);  // once is enough
-    ASSERT_EQ(transport.start(), 0);
-    ASSERT_TRUE(watcher.waitState(State::Connected));
-    const int session = server.lastSession();
+    ASSERT_TRUE(startWatched(transport, watcher));
+    const int session = server.session(1);
 
     for (int i = 0; i < 20; ++i) EXPECT_EQ(transport.sendTextMessage(method("m" + std::to_string(i))), 0);
     ASSERT_TRUE(server.received.waitCount(20));
@@ -169,28 +176,40 @@ TEST(WebSocketTransport, StartRefusesWhatItCannotUse) {
     EXPECT_EQ(once.start(), -1);
 }
 
+TEST(WebSocketTransport, StatesHaveTheirNames) {
+    const std::pair<State, const char*> rows[] = {{State::Connecting, "connecting"},
+                                                  {State::Connected, "connected"},
+                                                  {State::Reconnecting, "reconnecting"},
+                                                  {State::Closed, "closed"}};
+    for (const auto& [state, name] : rows) EXPECT_STREQ(WebSocketTransport::stateName(state), name);
+}
+
 TEST(WebSocketTransport, ReconnectsAfterTheServerDropsIt) {
     LogCapture logs;
     RecordingServer server;
     ASSERT_TRUE(server.start());
     TransportWatcher watcher;
-    WebSocketTransport transport(fastOptions(server.url(), logs));
-    transport.setStateListener(&watcher);
-    transport.addProcess(&watcher);
-    ASSERT_EQ(transport.start(), 0);
-    ASSERT_TRUE(watcher.waitState(State::Connected));
+    auto options = fastOptions(server.url(), logs);
+    options.backoffJitter = 0;
+    WebSocketTransport transport(options);
+    ASSERT_TRUE(startWatched(transport, watcher));
 
-    server.server().dropAll();
-    ASSERT_TRUE(watcher.waitState(State::Connected, 2));
-    const auto states = watcher.stateList();
-    ASSERT_GE(states.size(), 4u);
-    EXPECT_EQ(states[2], State::Reconnecting);
-    EXPECT_NE(watcher.states.items()[2].second.find("next attempt in"), std::string::npos);
+    // Each drop after a good connection starts the pauses afresh.
+    for (std::size_t drop = 1; drop <= 2; ++drop) {
+        server.server().dropAll();
+        ASSERT_TRUE(watcher.waitState(State::Connected, drop + 1));
+        const auto reports = watcher.states.items();
+        ASSERT_EQ(reports.size(), 2 + 2 * drop);
+        EXPECT_EQ(reports[2 * drop].first, State::Reconnecting);
+        EXPECT_NE(reports[2 * drop].second.find("connection lost: "), std::string::npos) << reports[2 * drop].second;
+        EXPECT_NE(reports[2 * drop].second.find("; next attempt in 20 ms"), std::string::npos)
+            << reports[2 * drop].second;
+    }
 
     // The new connection carries messages both ways.
     EXPECT_EQ(transport.sendTextMessage(method("after")), 0);
     ASSERT_TRUE(server.received.waitFor([](const std::string& t) { return t == method("after"); }));
-    server.server().send(server.lastSession(), R"({"msg":"x"})");
+    server.server().send(server.session(3), R"({"msg":"x"})");
     EXPECT_TRUE(watcher.messages.waitCount(1));
 }
 
@@ -205,18 +224,15 @@ TEST(WebSocketTransport, AnOutageKeepsMessagesUpToTheBound) {
     for (const Row& row : rows) {
         SCOPED_TRACE("limit " + std::to_string(row.limit) + ", sent " + std::to_string(row.sent));
         LogCapture logs;
-        unsigned short port;
-        {
-            RecordingServer probe;
-            ASSERT_TRUE(probe.start());
-            port = probe.port();
-        }
+        auto first = std::make_unique<RecordingServer>();
+        ASSERT_TRUE(first->start());
+        const unsigned short port = first->port();
         TransportWatcher watcher;
-        auto options = fastOptions("ws://127.0.0.1:" + std::to_string(port), logs);
+        auto options = fastOptions(first->url(), logs);
         options.queueLimit = row.limit;
         WebSocketTransport transport(options);
-        transport.setStateListener(&watcher);
-        ASSERT_EQ(transport.start(), 0);
+        ASSERT_TRUE(startWatched(transport, watcher));
+        first.reset();
         ASSERT_TRUE(watcher.waitState(State::Reconnecting));
 
         const int kept = std::min<int>(row.sent, static_cast<int>(row.limit));
@@ -230,7 +246,7 @@ TEST(WebSocketTransport, AnOutageKeepsMessagesUpToTheBound) {
 
         RecordingServer server(port);
         ASSERT_TRUE(server.start());
-        ASSERT_TRUE(watcher.waitState(State::Connected));
+        ASSERT_TRUE(watcher.waitState(State::Connected, 2));
         EXPECT_EQ(transport.sendTextMessage(method("new")), 0);
         ASSERT_TRUE(server.received.waitCount(static_cast<std::size_t>(kept) + 1));
         std::vector<std::string> expected;
@@ -262,11 +278,8 @@ TEST(WebSocketTransport, FramesThatAreNoMessageAreLoggedAndDropped) {
     ASSERT_TRUE(server.start());
     TransportWatcher watcher;
     WebSocketTransport transport(fastOptions(server.url(), logs));
-    transport.setStateListener(&watcher);
-    transport.addProcess(&watcher);
-    ASSERT_EQ(transport.start(), 0);
-    ASSERT_TRUE(watcher.waitState(State::Connected));
-    const int session = server.lastSession();
+    ASSERT_TRUE(startWatched(transport, watcher));
+    const int session = server.session(1);
     for (const Row& row : rows) {
         logs.clear();
         watcher.messages.clear();
@@ -293,14 +306,11 @@ TEST(WebSocketTransport, AFrameOverTheBoundEndsTheConnectionWhichComesBack) {
     auto options = fastOptions(server.url(), logs);
     options.maxMessageBytes = 1u << 20;
     WebSocketTransport transport(options);
-    transport.setStateListener(&watcher);
-    transport.addProcess(&watcher);
-    ASSERT_EQ(transport.start(), 0);
-    ASSERT_TRUE(watcher.waitState(State::Connected));
-    server.server().send(server.lastSession(), std::string(2u << 20, ' '));
+    ASSERT_TRUE(startWatched(transport, watcher));
+    server.server().send(server.session(1), std::string(2u << 20, ' '));
     ASSERT_TRUE(watcher.waitState(State::Connected, 2));
     EXPECT_TRUE(logs.has("json ERROR! confsdk:WebSocketTransport::onFrame, json error=a frame longer than 1048576 bytes"));
-    server.server().send(server.lastSession(), R"({"msg":"after"})");
+    server.server().send(server.session(2), R"({"msg":"after"})");
     ASSERT_TRUE(watcher.messages.waitCount(1));
     EXPECT_EQ(watcher.messages.items()[0], R"({"msg":"after"})");
 }
@@ -366,7 +376,7 @@ TEST_F(WebSocketTls, TrustedCertificateConnectsAndBadOnesFailClearly) {
             ASSERT_TRUE(watcher.waitState(State::Connected));
             EXPECT_EQ(transport.sendTextMessage(method("tls")), 0);
             EXPECT_TRUE(server.received.waitCount(1));
-            server.server().send(server.lastSession(), R"({"msg":"tls"})");
+            server.server().send(server.session(1), R"({"msg":"tls"})");
             EXPECT_TRUE(watcher.messages.waitCount(1));
         } else {
             ASSERT_TRUE(watcher.waitState(State::Reconnecting));

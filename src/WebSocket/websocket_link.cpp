@@ -395,11 +395,11 @@ void WebSocketLink::failed(std::uint64_t generation, const std::string& what) {
                                     attempt_++, unit(random_));
     log_->warn("WebSocketTransport: {}; next attempt in {} ms", what, pause.count());
     report(State::Reconnecting, what + "; next attempt in " + std::to_string(pause.count()) + " ms");
-    const std::uint64_t waiting = generation_;
+    // Cancelled by stop; a wait that ends as stop begins finds it stopped
+    // in connect.
     retry_.expires_after(pause);
-    retry_.async_wait([this, waiting](beast::error_code ec) {
-        if (ec || waiting != generation_) return;
-        connect();
+    retry_.async_wait([this](beast::error_code ec) {
+        if (!ec) connect();
     });
 }
 

@@ -61,10 +61,11 @@ public:
     orvsim::WsServer& server() { return *server_; }
     unsigned short port() const { return server_->port(); }
     std::string url() const { return server_->url(); }
-    // The session of the last client that connected; 0 when none came.
-    int lastSession(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-        if (!opened.waitCount(1, limit)) return 0;
-        return opened.items().back();
+    // The session of the `n`th client that connected (from 1): the server
+    // may hear of it after the client has; 0 when it does not come.
+    int session(std::size_t n = 1, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        if (!opened.waitCount(n, limit)) return 0;
+        return opened.items()[n - 1];
     }
 
     Inbox<int> opened;
