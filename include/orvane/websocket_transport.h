@@ -143,17 +143,19 @@ public:
 
     /** Closes the connection, ends the I/O thread and waits for it.
 
-        The state listener hears @ref State::Closed. Queued messages are
+        The state listener of a started transport hears @ref State::Closed,
+        on the transport's thread, before this returns. Queued messages are
         dropped, and later messages are refused. A transport that is stopped
         cannot be started again. Must not be called on the transport's own
-        thread.
+        thread; calling it again does nothing.
     */
     void stop();
 
     /** Sets or removes the state listener.
 
         @param listener Called from now on; null for none. Owned by the caller,
-        and must stay valid until it is replaced or the transport is stopped.
+        and must stay valid until the transport is stopped: a call that began
+        before it was replaced may still be running.
     */
     void setStateListener(StateListener* listener);
 
