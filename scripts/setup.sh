@@ -9,6 +9,9 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   # line editing and history in the console client
   libedit-dev
+  # the WebSocket transport and orvane-simserver (Boost.Beast, OpenSSL); the
+  # TLS tests make their certificates with the openssl tool
+  libboost-dev libboost-system-dev libssl-dev openssl
   # the lobby window (Xlib); its tests and screenshots under Xvfb and openbox
   libx11-dev
   xvfb xauth imagemagick openbox wmctrl

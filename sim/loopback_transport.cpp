@@ -7,8 +7,6 @@
 
 namespace orvsim {
 
-namespace {
-
 // The texts the library shows for the ids it asks about: its own failure
 // codes, the call server's failure names and end reasons, the media engine's
 // end reasons.
@@ -89,8 +87,6 @@ const std::map<std::string, std::string>& builtinErrMsgs() {
     };
     return texts;
 }
-
-}  // namespace
 
 LoopbackTransport::LoopbackTransport() : thread_([this] { run(); }) {}
 

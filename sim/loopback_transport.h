@@ -13,6 +13,9 @@
 
 namespace orvsim {
 
+// The readable texts of the error ids the library asks its transport about.
+const std::map<std::string, std::string>& builtinErrMsgs();
+
 // A transport whose far side lives in this process. The library's messages
 // go to a server handler and the server's messages come back to the library,
 // both on the transport's own thread, in order, as a real transport would

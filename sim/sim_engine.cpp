@@ -632,4 +632,9 @@ void SimEngine::run() {
     }
 }
 
+void SimEngine::setFirstUserId(uint64_t id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    nextUserId_ = id;
+}
+
 }  // namespace orvsim

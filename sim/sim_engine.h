@@ -145,6 +145,11 @@ public:
     bool idle(std::chrono::milliseconds timeout = std::chrono::seconds(5));
     std::string loggedInUser() const;
 
+    // The user id the local user gets at its next join; later joins count
+    // up from it. Clients of one server each take their own range, so that
+    // their ids never meet in one meeting.
+    void setFirstUserId(uint64_t id);
+
     // Told of every operation the library calls, with a short description.
     void setTrace(std::function<void(const std::string& op, const std::string& detail)> trace);
 

@@ -56,6 +56,15 @@ const std::vector<OptionSpec>& optionSpecs() {
              if (!isSignalName(v)) throw UsageError("--ignore: " + v + " is not one of " + signalNames());
              o.ignore.push_back(v);
          }},
+        {"--server", "URL", "the servers of orvane-simserver at ws://HOST:PORT or wss://HOST:PORT instead of\n"
+                            "the simulated servers in here; the engine stays here",
+         [](Options& o, const std::string& v) {
+             if (v.rfind("ws://", 0) != 0 && v.rfind("wss://", 0) != 0)
+                 throw UsageError("--server: " + v + " is not a ws:// or wss:// address");
+             o.serverUrl = v;
+         }},
+        {"--ca", "FILE", "with wss://: trust the certificate authority of this PEM file too",
+         [](Options& o, const std::string& v) { o.caFile = v; }},
         {"--help", nullptr, "this text", [](Options& o, const std::string&) { o.help = true; }},
     };
     return specs;

@@ -29,6 +29,8 @@ struct Options {
     bool verbose = false;              // the library's own lines on standard output
     std::string platform = "QV";
     std::vector<std::string> ignore;  // signals the call server ignores from the start
+    std::string serverUrl;             // --server: orvane-simserver instead of the servers in here
+    std::string caFile;                // --ca: for wss://, a CA to trust besides the system's
 };
 
 // One option: its name, the name of its value (null for a flag), what it

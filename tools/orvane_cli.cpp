@@ -35,6 +35,7 @@
 #include <vector>
 
 #include "cli_args.h"
+#include "cli_transport.h"
 #include "layout_view.h"
 #include "loopback_transport.h"
 #include "sim_engine.h"
@@ -472,11 +473,13 @@ void onInterrupt(int) {
 class Console {
 public:
     Console(const Options& options, FILE* out)
-        : options_(options), timeline_(out), app_(timeline_), servers_(transport_) {}
+        : options_(options), timeline_(out), app_(timeline_), servers_(transport_),
+          link_(transport_, engine_, {options.serverUrl, options.caFile},
+                [this](const std::string& who, const std::string& what) { timeline_.line(who, what); }) {}
     // The wire and the engine both report into the library, which may call
     // the other: both stop before either dies.
     ~Console() {
-        transport_.stop();
+        link_.stop();
         engine_.stop();
     }
 
@@ -528,6 +531,7 @@ private:
     orvsim::LoopbackTransport transport_;
     orvsim::SimEngine engine_;
     orvsim::SimServers servers_;
+    orvcli::ClientLink link_;
     orvtrace::Recorder recorder_;
     WireTrace wireTrace_;
     ORVANE::ConfSDK* sdk_ = nullptr;
@@ -575,7 +579,7 @@ void Console::settle() {
     const auto libraryLimit = std::chrono::steady_clock::now() + 2s;
     for (int quiet = 0; quiet < 3 && !stopping();) {
         const bool ui = runUi();
-        const bool wire = !transport_.idle(0ms);
+        const bool wire = !link_.idle();
         const bool media = !engine_.idle(0ms);
         bool library = libraryLog_->busy();
         if (library && std::chrono::steady_clock::now() > libraryLimit) {
@@ -677,6 +681,10 @@ bool Console::execute(const std::string& line, const std::string& where) {
     Words w(line);
     if (w.empty()) return true;
     refusal_.clear();
+    if (!link_.refusal(w.command()).empty()) {
+        timeline_.error(where + link_.refusal(w.command()));
+        return false;
+    }
     try {
         if (dispatch(w)) return true;
         // Well formed, but not carried out: the simulator has said why.
@@ -964,7 +972,7 @@ int Console::run() {
         timeline_.line("engine", op + (detail.empty() ? "" : " " + detail));
     });
     servers_.setLog([this](const std::string& line) { timeline_.line("servers", line); });
-    transport_.setTrace([this](bool toServer, const std::string& text) {
+    link_.setTrace([this](bool toServer, const std::string& text) {
         wireTrace_.message(timeline_.seconds(), toServer, text);
         timeline_.line(toServer ? "wire>" : "wire<", summarize(toServer, text));
     });
@@ -1004,14 +1012,18 @@ int Console::run() {
     sdk_->setMediaServiceListener(recorder_.media(&app_));
     // The console shows every command the library turns down.
     sdk_->setRefusalNotify(true);
-    sdk_->setOrvaneTrans(recorder_.transport(&transport_));
+    sdk_->setOrvaneTrans(recorder_.transport(&link_.transport()));
     timeline_.line("app", "initMediaService " + options_.platform);
     recorder_.initMediaService(options_.platform, "");
     sdk_->initMediaService(options_.platform, "");
     settle();
     for (const auto& signal : options_.ignore) servers_.ignoreSignal(signal);
-    timeline_.line("sim", "the servers attach the device " + servers_.device().deviceId);
-    servers_.attach();
+    if (link_.remote()) {
+        if (!link_.start(logger)) return 2;
+    } else {
+        timeline_.line("sim", "the servers attach the device " + servers_.device().deviceId);
+        servers_.attach();
+    }
     settle();
 
     int status = 0;
