@@ -60,7 +60,7 @@ TEST(CliOptions, GoodArgumentsAreTaken) {
 TEST(CliOptions, UsageShowsEveryOption) {
     EXPECT_EQ(orvcli::usageLine(),
               "usage: orvane-cli [--script FILE] [--trace FILE] [--record FILE] [--log FILE] [--verbose] "
-              "[--platform QV|QC] [--ignore SIGNAL]... [--help]");
+              "[--platform QV|QC] [--ignore SIGNAL]... [--server URL] [--ca FILE] [--help]");
     EXPECT_EQ(orvcli::usageOf("mute"), "usage: mute on|off");
     EXPECT_EQ(orvcli::usageOf("portal"), "usage: portal sync on|off\nusage: portal mute NAME on|off\n"
                                          "usage: portal lock on|off");

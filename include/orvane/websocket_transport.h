@@ -160,9 +160,12 @@ public:
     void setStateListener(StateListener* listener);
 
     /// The state now.
+    /// @return The connection's state as last reported to the listener.
     State state() const;
 
     /// The name of a state: "connecting", "connected", "reconnecting", "closed".
+    /// @param state The state.
+    /// @return Its name, a static text.
     static const char* stateName(State state);
 
     /** Changes the URL of the next connections.
@@ -177,6 +180,7 @@ public:
     int setUrl(const std::string& url);
 
     /// Messages sent but not yet written to the connection.
+    /// @return Their number.
     std::size_t pending() const;
 
     /** Registers a receiver of the server's messages.
@@ -201,10 +205,13 @@ public:
     */
     int sendTextMessage(const std::string& text) override;
 
-    /// @ref Options::guest.
+    /// Whether the device is logged in as a guest.
+    /// @return @ref Options::guest.
     bool isGuestLogined() override;
 
-    /// The text of @ref Options::errorTexts for `id`, or `id` itself.
+    /// The human text of a failure id.
+    /// @param id The failure id.
+    /// @return The text of @ref Options::errorTexts for `id`, or `id` itself.
     std::string getErrMsgFromId(std::string id) override;
 
 private:
