@@ -115,7 +115,7 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
     if (route == Route::Start) {
         // Read first, take only when the machine accepts the start: a start
         // refused during a call must leave that call's record as it is.
-        const PendingConference pending = readConfinfo(data);
+        PendingConference pending = readConfinfo(data);
         const json& confinfo = pending.parsed;
         if (confinfo.empty()) LOG_ERROR("ConfSDK::sendCommand - STARTCONF, json data is null");
         const int started = machine_.start_conf([&] {
@@ -395,9 +395,9 @@ OrvaneSDKPrivate::PendingConference OrvaneSDKPrivate::readConfinfo(const std::st
     return pending;
 }
 
-void OrvaneSDKPrivate::commitConfinfo(const PendingConference& pending) {
+void OrvaneSDKPrivate::commitConfinfo(PendingConference& pending) {
     CallLock lock(callMutex_);
-    conf_ = pending.conf;
+    conf_ = std::move(pending.conf);
     if (pending.zak && av_) av_->setZak(*pending.zak);
     if (pending.flags) endpoints_.setFlags(*pending.flags);
 }

@@ -154,7 +154,8 @@ public:
         std::optional<ORVANE::ConferenceFlags> flags;
     };
     PendingConference readConfinfo(const std::string& data);
-    void commitConfinfo(const PendingConference& pending);
+    // Takes the record out of `pending`; the rest of it stays.
+    void commitConfinfo(PendingConference& pending);
     // The participant's engine user id, or device, by the endpoint cache.
     std::string getAvUseridFromDeviceID(const std::string& deviceId);
     std::string getDeviceidFromAvUserid(const std::string& userid);

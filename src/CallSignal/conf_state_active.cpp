@@ -137,20 +137,23 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
     // ACCEPTED.
     std::string number;
     bool hasNumber = false;
+    // The signal is kept for the answers to come; nothing else needs the
+    // server's copy, so it is moved, not copied.
+    conf.signal = std::move(msg);
+    const json& signal = conf.signal;
     try {
-        conf.signal = msg;
-        conf.dialnum = msg.at("signalHeader").at("to").at("dialNumber").get<std::string>();
+        conf.dialnum = signal.at("signalHeader").at("to").at("dialNumber").get<std::string>();
         // A body may be missing altogether; then there is nothing in it to read.
         static const json none;
-        auto found = msg.find("signalBody");
-        const json& body = found != msg.end() ? *found : none;
+        auto found = signal.find("signalBody");
+        const json& body = found != signal.end() ? *found : none;
         if (body.contains("conferenceId")) conf.confid = body.at("conferenceId").get<std::string>();
         if (body.contains("externalDialNumber") && !body.at("externalDialNumber").is_null()) {
             number = body.at("externalDialNumber").get<std::string>();
             hasNumber = true;
         }
     } catch (const json::exception& e) {
-        LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(msg));
+        LOG_JSON_ERROR(e.what(), CtrlSDKUtils::dump(signal));
         return STATE_JSON_ERROR;
     }
 
@@ -161,7 +164,7 @@ int ConfStateActive_WaitInviteResult::on_recv_callsignal(const std::string& star
     if (hasNumber) conf.ext_dialnum = number;
     LOG_DEBUG("recv ACCEPTED, to dialnum={}, ext_dialnum={}, confid={}", conf.dialnum, conf.ext_dialnum,
               conf.confid);
-    if (AVSDK* av = core.media()) av->setConfSignal(CtrlSDKUtils::dump(msg));
+    if (AVSDK* av = core.media()) av->setConfSignal(CtrlSDKUtils::dump(signal));
 
     machine->setState(AVSTATE_ACTIVE_WAITING_AV_USERID);
     return joinMediaUnderLimit(machine, AVSTATE_ACTIVE_WAITING_AV_USERID);
