@@ -5,11 +5,15 @@
 #   test.sh --lobby-screenshot FILE   the plain suite, then a picture of the lobby window under Xvfb
 #   test.sh --tsan [SECONDS]          the thread stress program under ThreadSanitizer, in build-tsan/
 #                                     (60 s by default); any report fails it
+#   test.sh --windows                 cross-built for Windows with mingw-w64 in build-win/, run under
+#                                     Wine (scripts/test-windows.sh)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 shot=""
-if [ "${1:-}" = "--tsan" ]; then
+if [ "${1:-}" = "--windows" ]; then
+  exec scripts/test-windows.sh
+elif [ "${1:-}" = "--tsan" ]; then
   seconds=${2:-60}
   dir=build-tsan
   cmake -S . -B "$dir" -DORVANE_TSAN=ON -DORVANE_BUILD_TESTS=OFF -DORVANE_BUILD_BENCH=OFF \

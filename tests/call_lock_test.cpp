@@ -3,7 +3,9 @@
 // own thread or from another, without deadlock.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
+#include <thread>
 
 #include "harness.h"
 #include "server_events.h"
@@ -40,6 +42,22 @@ TEST(CallLock, DeliveriesWaitForTheOutermostRelease) {
     // Without a lock: at once.
     ORVANE::CallLock::deliver([&] { seen.push_back("c"); });
     EXPECT_EQ(seen.size(), 3u);
+}
+
+// The list of calls kept for later is the thread's own: a thread that kept
+// some ends cleanly, after they ran (Windows builds crashed here when the
+// list was a thread_local object).
+TEST(CallLock, AThreadThatKeptCallsEndsCleanly) {
+    std::recursive_mutex mutex;
+    std::atomic<int> runs{0};
+    for (int i = 0; i < 20; ++i) {
+        std::thread([&] {
+            ORVANE::CallLock lock(mutex);
+            ORVANE::CallLock::deliver([&] { ++runs; });
+            ORVANE::CallLock::deliver([&] { ++runs; });
+        }).join();
+    }
+    EXPECT_EQ(runs, 40);
 }
 
 TEST(CallLock, CallbacksDoNotNestAndExceptionsStop) {

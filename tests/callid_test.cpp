@@ -31,3 +31,15 @@ TEST(CallId, GeneratorLayoutAndUniqueness) {
     }
     EXPECT_EQ(seen.size(), 1000u);
 }
+
+// The operating system's random source (CryptGenRandom on Windows,
+// /dev/urandom elsewhere) answers, and with fresh bytes each time: a source
+// that gave the same bytes twice would start both seedings at the same
+// point and draw the same identifier.
+TEST(CallId, SeedsFromTheSystemsRandomSource) {
+    ASSERT_EQ(seedCallIdGenerator(), 0);
+    const std::string first = newCallId();
+    ASSERT_EQ(seedCallIdGenerator(), 0);
+    const std::string second = newCallId();
+    EXPECT_NE(first, second);
+}

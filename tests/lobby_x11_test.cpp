@@ -7,11 +7,8 @@
 #include <atomic>
 #include <cstring>
 #include <string>
-#include <thread>
 
-#include "app_listener.h"
-#include "lobby/lobby_window.h"
-#include "log_capture.h"
+#include "lobby_window_cases.h"
 
 // Last: Xlib's macros (None, Bool, Status) clash with the headers above.
 #include <X11/Xlib.h>
@@ -20,8 +17,6 @@ using namespace std::chrono_literals;
 using orvtest::eventually;
 
 namespace {
-
-const char kTitle[] = "In Meeting - LOBBY";
 
 // Installed before any lobby: the lobby's error handler must pass errors of
 // other connections on to it, and it keeps the test's own probing from
@@ -35,11 +30,15 @@ const bool handlerInstalled = (XSetErrorHandler(recordError), true);
 
 class XProbe {
 public:
+    using Handle = Window;
+    static const char* const unavailable;
+
     XProbe() : d_(XOpenDisplay(nullptr)) {}
     ~XProbe() {
         if (d_) XCloseDisplay(d_);
     }
     Display* display() const { return d_; }
+    bool ready() const { return d_ != nullptr; }
 
     // The lobby's window among the top-level windows, or 0.
     Window find() {
@@ -49,7 +48,7 @@ public:
         for (unsigned int i = 0; i < n && !found; ++i) {
             char* name = nullptr;
             if (XFetchName(d_, children[i], &name) && name) {
-                if (std::strcmp(name, kTitle) == 0) found = children[i];
+                if (std::strcmp(name, orvtest::kLobbyTitle) == 0) found = children[i];
                 XFree(name);
             }
         }
@@ -57,7 +56,7 @@ public:
         return found;
     }
 
-    Window waitViewable() {
+    Window waitShown() {
         Window w = 0;
         eventually([&] {
             w = find();
@@ -67,7 +66,8 @@ public:
         return w;
     }
 
-    std::string netWmName(Window w) {
+    // _NET_WM_NAME, the UTF-8 title.
+    std::string title(Window w) {
         Atom type;
         int format;
         unsigned long n, after;
@@ -82,8 +82,19 @@ public:
         return out;
     }
 
+    // The window's corner on the root window (without a window manager it
+    // has no frame) and its size.
+    orvtest::Placement placement(Window w) {
+        XWindowAttributes a{};
+        int x = -1, y = -1;
+        Window child;
+        if (XGetWindowAttributes(d_, w, &a))
+            XTranslateCoordinates(d_, w, DefaultRootWindow(d_), 0, 0, &x, &y, &child);
+        return {x - a.border_width, y - a.border_width, a.width, a.height};
+    }
+
     // What a window manager sends when the user clicks the close button.
-    void sendDelete(Window w) {
+    void userClose(Window w) {
         XEvent ev{};
         ev.xclient.type = ClientMessage;
         ev.xclient.window = w;
@@ -99,121 +110,17 @@ private:
     Display* d_;
 };
 
-class LobbyX11 : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_NE(probe.display(), nullptr) << "no X display: run under xvfb-run"; }
-    void TearDown() override {
-        ORVANE::close_lobby_window(false);
-        EXPECT_TRUE(ORVANE::lobby_wait_closed(5s));
-    }
-    std::function<void()> counting(std::atomic<int>& runs) {
-        return [&runs] { ++runs; };
-    }
-
-    orvtest::LogCapture logs;
-    XProbe probe;
-};
+const char* const XProbe::unavailable = "no X display: run under xvfb-run";
 
 }  // namespace
 
-TEST_F(LobbyX11, UserCloseRunsTheActionOnceAfterwardsTheWindowGoes) {
-    std::atomic<int> runs{0};
-    std::atomic<bool> shownDuringAction{false};
-    testing::internal::CaptureStdout();
-    ORVANE::create_lobby_windows([&] {
-        ++runs;
-        XProbe own;  // this runs on the lobby thread: a connection of its own
-        shownDuringAction = own.find() != 0;
-    });
+namespace orvtest {
+INSTANTIATE_TYPED_TEST_SUITE_P(X11, LobbyWindow, XProbe);
+}  // namespace orvtest
 
-    const Window w = probe.waitViewable();
-    ASSERT_NE(w, 0u);
-    EXPECT_TRUE(ORVANE::lobby_has_window());
-    EXPECT_EQ(probe.netWmName(w), kTitle);
-    XWindowAttributes a;
-    ASSERT_TRUE(XGetWindowAttributes(probe.display(), w, &a));
-    EXPECT_EQ(a.width, 900);
-    EXPECT_EQ(a.height, 600);
-    int x = -1, y = -1;
-    Window child;
-    XTranslateCoordinates(probe.display(), w, DefaultRootWindow(probe.display()), 0, 0, &x, &y, &child);
-    EXPECT_EQ(x - a.border_width, 400);
-    EXPECT_EQ(y - a.border_width, 200);
-
-    // A double click on the close button.
-    probe.sendDelete(w);
-    probe.sendDelete(w);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(runs, 1);
-    EXPECT_TRUE(shownDuringAction);
-    EXPECT_EQ(probe.find(), 0u);
-    EXPECT_FALSE(ORVANE::lobby_has_window());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "++++++++++++++++ create_lobby_windows ++++++++++++\n"
-              "LOBBY_WIN: WM_CLOSE\n"
-              "LOBBY_WIN: WM_DESTROY\n"
-              "lobby thread exit\n");
-}
-
-TEST_F(LobbyX11, CloseWithActionRunsItOnTheLobbyThreadWhichMayCallBack) {
-    std::atomic<int> runs{0}, laterRuns{0};
-    std::thread::id ranOn;
-    ORVANE::create_lobby_windows([&] {
-        ++runs;
-        ranOn = std::this_thread::get_id();
-        // The library's answer to the close may come straight back here.
-        ORVANE::close_lobby_window(true);
-        ORVANE::create_lobby_windows(counting(laterRuns));
-    });
-    ASSERT_NE(probe.waitViewable(), 0u);
-    ORVANE::close_lobby_window(true);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(runs, 1);
-    EXPECT_NE(ranOn, std::this_thread::get_id());
-    EXPECT_FALSE(ORVANE::lobby_is_open());
-    EXPECT_EQ(laterRuns, 0);
-    EXPECT_EQ(probe.find(), 0u);
-}
-
-// A close before the window is up is carried out once it is; one with no
-// lobby open is forgotten, or it would run the next lobby's action.
-TEST_F(LobbyX11, CloseBeforeTheWindowIsUpOrWithNoLobbyOpen) {
-    std::atomic<int> runs{0};
-    ORVANE::create_lobby_windows(counting(runs));
-    ORVANE::close_lobby_window(false);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(probe.find(), 0u);
-
-    ORVANE::close_lobby_window(true);
-    ORVANE::create_lobby_windows(counting(runs));
-    ASSERT_NE(probe.waitViewable(), 0u);
-    ORVANE::close_lobby_window(false);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(runs, 0);
-    EXPECT_EQ(probe.find(), 0u);
-}
-
-TEST_F(LobbyX11, OneLobbyAtATimeAndALaterOneGetsAWindowAgain) {
-    std::atomic<int> first{0}, dropped{0}, second{0};
-    testing::internal::CaptureStdout();
-    ORVANE::create_lobby_windows(counting(first));
-    ORVANE::create_lobby_windows(counting(dropped));
-    ASSERT_NE(probe.waitViewable(), 0u);
-    ORVANE::close_lobby_window(true);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(out.find("create_lobby_windows"), out.rfind("create_lobby_windows"));
-    EXPECT_EQ(first, 1);
-    EXPECT_EQ(dropped, 0);
-
-    ORVANE::create_lobby_windows(counting(second));
-    const Window w = probe.waitViewable();
-    ASSERT_NE(w, 0u);
-    probe.sendDelete(w);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(5s));
-    EXPECT_EQ(second, 1);
-    EXPECT_EQ(first, 1);
-}
+namespace {
+class LobbyX11 : public orvtest::LobbyWindow<XProbe> {};
+}  // namespace
 
 // A window destroyed outright (xdotool windowclose, a window manager) is the
 // user's dismissal too: the lobby ends, without a second destroy.
@@ -221,7 +128,7 @@ TEST_F(LobbyX11, DestroyedWindowEndsTheLobby) {
     std::atomic<int> runs{0};
     testing::internal::CaptureStdout();
     ORVANE::create_lobby_windows(counting(runs));
-    const Window w = probe.waitViewable();
+    const Window w = probe.waitShown();
     ASSERT_NE(w, 0u);
     XDestroyWindow(probe.display(), w);
     XSync(probe.display(), False);
@@ -236,7 +143,7 @@ TEST_F(LobbyX11, DestroyedWindowEndsTheLobby) {
 TEST_F(LobbyX11, KilledConnectionEndsOnlyTheLobby) {
     std::atomic<int> runs{0};
     ORVANE::create_lobby_windows(counting(runs));
-    const Window w = probe.waitViewable();
+    const Window w = probe.waitShown();
     ASSERT_NE(w, 0u);
     XKillClient(probe.display(), w);
     XSync(probe.display(), False);
@@ -244,12 +151,12 @@ TEST_F(LobbyX11, KilledConnectionEndsOnlyTheLobby) {
     EXPECT_EQ(runs, 1);
 
     ORVANE::create_lobby_windows(counting(runs));
-    EXPECT_NE(probe.waitViewable(), 0u);
+    EXPECT_NE(probe.waitShown(), 0u);
 }
 
 TEST_F(LobbyX11, ErrorsOfOtherConnectionsStillReachTheirHandler) {
     ORVANE::create_lobby_windows([] {});
-    ASSERT_NE(probe.waitViewable(), 0u);
+    ASSERT_NE(probe.waitShown(), 0u);
     Display* d = probe.display();
     const Window gone = XCreateSimpleWindow(d, DefaultRootWindow(d), 0, 0, 10, 10, 0, 0, 0);
     XDestroyWindow(d, gone);

@@ -595,14 +595,22 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     FILE* out = stdout;
     const int saved = dup(STDOUT_FILENO);
+#if defined(_WIN32)
+    const int devnull = open("NUL", O_WRONLY);
+#else
     const int devnull = open("/dev/null", O_WRONLY);
+#endif
     if (saved >= 0 && devnull >= 0) {
         dup2(devnull, STDOUT_FILENO);
         close(devnull);
         out = fdopen(saved, "w");
     }
     // The lobby window is no side of the comparison: a replay opens none.
+    // Windows has no such switch; a window shown there changes nothing the
+    // replay compares.
+#if !defined(_WIN32)
     unsetenv("DISPLAY");
+#endif
 
     auto sink = logFile.empty() ? spdlog::sink_ptr(std::make_shared<spdlog::sinks::null_sink_mt>())
                                 : spdlog::sink_ptr(std::make_shared<spdlog::sinks::basic_file_sink_mt>(logFile, true));

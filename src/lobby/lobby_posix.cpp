@@ -7,7 +7,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 
 #include "lobby/lobby_posix.h"
@@ -61,10 +60,7 @@ int WakePipe::pollTimeoutMs() const { return readFd_ >= 0 ? -1 : 100; }
 namespace {
 
 void runHeadless(WakePipe& wake) {
-    static std::atomic<bool> told{false};
-    if (!told.exchange(true))
-        printLobbyLine("LOBBY: no display, the lobby is shown without a window\n");
-
+    printNoWindowOnce();
     lobbyReady(false, wake.waker());
     while (!lobbyCloseRequested()) {
         pollfd p{wake.readFd(), POLLIN, 0};

@@ -30,5 +30,8 @@ void lobbyRunCloseAction();
 // The four lines of standard output.
 void printLobbyLine(const char* line);
 
+// The lobby has no window to show: said once per process, on standard output.
+void printNoWindowOnce();
+
 }  // namespace lobby
 }  // namespace ORVANE

@@ -1,5 +1,6 @@
 #include "lobby/lobby_window.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <exception>
@@ -158,6 +159,11 @@ void printLobbyLine(const char* line) {
     if (!consoleOutput()) return;
     std::fputs(line, stdout);
     std::fflush(stdout);
+}
+
+void printNoWindowOnce() {
+    static std::atomic<bool> told{false};
+    if (!told.exchange(true)) printLobbyLine("LOBBY: no display, the lobby is shown without a window\n");
 }
 
 }  // namespace lobby

@@ -7,10 +7,6 @@
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif
-// The wide forms of IDI_APPLICATION and IDC_ARROW.
-#ifndef UNICODE
-#define UNICODE
-#endif
 #include <windows.h>
 
 #include "lobby/lobby_session.h"
@@ -59,6 +55,7 @@ void runLobby() {
     cls.style = CS_DBLCLKS;
     cls.lpfnWndProc = lobbyWindowProc;
     cls.hInstance = instance;
+    cls.lpszClassName = kClassName;
     cls.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
     cls.hIconSm = LoadIconW(nullptr, IDI_APPLICATION);
     cls.hCursor = LoadCursorW(nullptr, IDC_ARROW);
@@ -70,13 +67,17 @@ void runLobby() {
     const HWND window = CreateWindowExW(0, kClassName, kTitle, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                                         400, 300, nullptr, nullptr, instance, nullptr);
     if (window) {
+        // Reachable before it is shown: whoever sees the window can close it.
+        const auto post = [window] { PostMessageW(window, WM_CLOSE, 0, 0); };
+        if (lobbyReady(true, post)) post();
         SetWindowPos(window, nullptr, 400, 200, 900, 600, SWP_SHOWWINDOW);
         ShowWindow(window, SW_SHOWNORMAL);
         UpdateWindow(window);
-        const auto post = [window] { PostMessageW(window, WM_CLOSE, 0, 0); };
-        if (lobbyReady(true, post)) post();
     } else {
+        // No desktop to show it on (under Wine: no X display); the lobby
+        // goes on without a window, as elsewhere.
         LOG_ERROR("lobby window not created, error {}", static_cast<unsigned long>(GetLastError()));
+        printNoWindowOnce();
         const DWORD thread = GetCurrentThreadId();
         const auto post = [thread] { PostThreadMessageW(thread, kEndWindowlessLobby, 0, 0); };
         if (lobbyReady(false, post)) post();
