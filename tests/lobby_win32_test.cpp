@@ -5,9 +5,7 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <cwchar>
-#include <stdexcept>
 #include <string>
 
 #include "lobby_window_cases.h"
@@ -78,18 +76,3 @@ const char* const Win32Probe::unavailable = "";
 namespace orvtest {
 INSTANTIATE_TYPED_TEST_SUITE_P(Win32, LobbyWindow, Win32Probe);
 }  // namespace orvtest
-
-namespace {
-class LobbyWin32 : public orvtest::LobbyWindow<Win32Probe> {};
-}  // namespace
-
-// An exception must not unwind through DispatchMessageW.
-TEST_F(LobbyWin32, ThrowingCloseActionEndsOnlyTheLobby) {
-    ORVANE::create_lobby_windows([] { throw std::runtime_error("leave failed"); });
-    const HWND w = probe.waitShown();
-    ASSERT_NE(w, nullptr);
-    probe.userClose(w);
-    ASSERT_TRUE(ORVANE::lobby_wait_closed(std::chrono::seconds(5)));
-    EXPECT_TRUE(logs.has("leave failed"));
-    EXPECT_EQ(probe.find(), nullptr);
-}

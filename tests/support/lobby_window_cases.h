@@ -21,6 +21,7 @@
 
 #include <atomic>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -154,9 +155,22 @@ TYPED_TEST_P(LobbyWindow, OneLobbyAtATimeAndALaterOneGetsAWindowAgain) {
     EXPECT_EQ(first, 1);
 }
 
+// The action runs inside the window system's event dispatch, which an
+// exception must not unwind.
+TYPED_TEST_P(LobbyWindow, ThrowingCloseActionEndsOnlyTheLobby) {
+    using Handle = typename TypeParam::Handle;
+    ORVANE::create_lobby_windows([] { throw std::runtime_error("leave failed"); });
+    const Handle w = this->probe.waitShown();
+    ASSERT_NE(w, Handle{});
+    this->probe.userClose(w);
+    ASSERT_TRUE(ORVANE::lobby_wait_closed(std::chrono::seconds(5)));
+    EXPECT_TRUE(this->logs.has("leave failed"));
+    EXPECT_EQ(this->probe.find(), Handle{});
+}
+
 REGISTER_TYPED_TEST_SUITE_P(LobbyWindow, UserCloseRunsTheActionOnceAfterwardsTheWindowGoes,
                             CloseWithActionRunsItOnTheLobbyThreadWhichMayCallBack,
                             CloseBeforeTheWindowIsUpOrWithNoLobbyOpen,
-                            OneLobbyAtATimeAndALaterOneGetsAWindowAgain);
+                            OneLobbyAtATimeAndALaterOneGetsAWindowAgain, ThrowingCloseActionEndsOnlyTheLobby);
 
 }  // namespace orvtest
