@@ -12,6 +12,7 @@
 
 #include "avsdk_ops.h"
 #include "orvane/orvane.h"
+#include "server_events.h"
 
 namespace orvbench {
 
@@ -67,24 +68,9 @@ public:
     size_t bytes = 0;
 };
 
-inline std::string serverEvent(const std::string& kind, const json& element) {
-    return json{{"msg", "changed"},
-                {"collection", "stream-quelmar-notify-device"},
-                {"fields", {{"eventName", "0/" + kind}, {"args", json::array({element})}}}}
-        .dump();
-}
-
-inline json callSignal(const std::string& command, const std::string& cseq, const std::string& callId,
-                       const json& body = json::object()) {
-    return {{"startLine", {{"command", command}}},
-            {"signalHeader",
-             {{"from", {{"dialNumber", "2002"}}},
-              {"to", {{"dialNumber", "1001"}}},
-              {"cseq", "123456789 " + cseq},
-              {"callId", callId},
-              {"contact", {{"route", "cm-1"}}}}},
-            {"signalBody", body}};
-}
+// The servers' texts, as the tests write them.
+using orvtest::callSignal;
+using orvtest::serverEvent;
 
 // The exported instance of this process, registered as terminal 1001 on
 // platform "QC" and idle.
