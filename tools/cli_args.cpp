@@ -34,8 +34,8 @@ std::string signalNames() { return joined(kSignals, " or "); }
 // ---------------------------------------------------------------------------
 // The command line
 
-const std::vector<OptionSpec>& optionSpecs() {
-    static const std::vector<OptionSpec> specs = {
+const std::vector<OptionRow>& optionRows() {
+    static const std::vector<OptionRow> rows = {
         {"--script", "FILE", "run the commands of FILE, then quit",
          [](Options& o, const std::string& v) { o.script = v; }},
         {"--trace", "FILE", "write every wire message to FILE as a JSON line",
@@ -67,12 +67,12 @@ const std::vector<OptionSpec>& optionSpecs() {
          [](Options& o, const std::string& v) { o.caFile = v; }},
         {"--help", nullptr, "this text", [](Options& o, const std::string&) { o.help = true; }},
     };
-    return specs;
+    return rows;
 }
 
 std::string usageLine() {
     std::string line = "usage: orvane-cli";
-    for (const OptionSpec& o : optionSpecs()) {
+    for (const OptionRow& o : optionRows()) {
         line += std::string(" [") + o.name + (o.value ? std::string(" ") + o.value : "") + "]";
         if (std::string(o.name) == "--ignore") line += "...";
     }
@@ -81,7 +81,7 @@ std::string usageLine() {
 
 std::string optionHelp() {
     std::string text = usageLine() + "\n";
-    for (const OptionSpec& o : optionSpecs()) {
+    for (const OptionRow& o : optionRows()) {
         std::string head = std::string("  ") + o.name + (o.value ? std::string(" ") + o.value : "");
         head.resize(std::max<size_t>(head.size() + 2, 20), ' ');
         std::string help = o.help;
@@ -94,11 +94,11 @@ std::string optionHelp() {
 
 Options parseOptions(const std::vector<std::string>& args) {
     Options options;
-    const auto& specs = optionSpecs();
+    const auto& rows = optionRows();
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
-        auto spec = std::find_if(specs.begin(), specs.end(), [&](const OptionSpec& o) { return a == o.name; });
-        if (spec == specs.end()) {
+        auto row = std::find_if(rows.begin(), rows.end(), [&](const OptionRow& o) { return a == o.name; });
+        if (row == rows.end()) {
             if (a == "-h") {
                 options.help = true;
                 continue;
@@ -106,12 +106,12 @@ Options parseOptions(const std::vector<std::string>& args) {
             throw UsageError(a.rfind('-', 0) == 0 ? "unknown option " + a : "unexpected argument " + a);
         }
         std::string value;
-        if (spec->value) {
-            if (i + 1 >= args.size()) throw UsageError(a + ": " + spec->value + " is missing");
+        if (row->value) {
+            if (i + 1 >= args.size()) throw UsageError(a + ": " + row->value + " is missing");
             value = args[++i];
             if (value.empty()) throw UsageError(a + ": the value is empty");
         }
-        spec->take(options, value);
+        row->take(options, value);
     }
     return options;
 }
@@ -127,8 +127,8 @@ const char* const kServers = "What the simulated servers do:";
 const char* const kOther = "Other:";
 }  // namespace
 
-const std::vector<CommandSpec>& commandSpecs() {
-    static const std::vector<CommandSpec> specs = {
+const std::vector<CommandRow>& commandRows() {
+    static const std::vector<CommandRow> rows = {
         {kApp, "call", "NUMBER [passcode=P] [force] [name=N]", "start a conference (startconf)"},
         {kApp, "answer", "", "take the incoming call (startconf with its conference)"},
         {kApp, "reject", "", "decline the incoming call (rejectconf)"},
@@ -181,13 +181,13 @@ const std::vector<CommandSpec>& commandSpecs() {
         {kOther, "help", "", "this text"},
         {kOther, "quit", "", "leave the program (Ctrl-C: leave the meeting first)"},
     };
-    return specs;
+    return rows;
 }
 
 std::string helpText() {
     std::string text;
     const char* section = nullptr;
-    for (const CommandSpec& c : commandSpecs()) {
+    for (const CommandRow& c : commandRows()) {
         if (section != c.section) {
             section = c.section;
             text += std::string(section) + "\n";
@@ -208,7 +208,7 @@ std::string helpText() {
 
 std::string usageOf(const std::string& name) {
     std::string text;
-    for (const CommandSpec& c : commandSpecs())
+    for (const CommandRow& c : commandRows())
         if (name == c.name) text += std::string(text.empty() ? "" : "\n") + "usage: " + c.name + (*c.args ? " " : "") + c.args;
     return text.empty() ? "usage: COMMAND [ARGUMENTS]  (help lists the commands)" : text;
 }

@@ -36,7 +36,7 @@ struct Options {
 // One option: its name, the name of its value (null for a flag), what it
 // does, and how it takes its value into the options. `take` throws
 // UsageError for a value it cannot take.
-struct OptionSpec {
+struct OptionRow {
     const char* name;
     const char* value;
     const char* help;
@@ -44,7 +44,7 @@ struct OptionSpec {
 };
 
 // Every option, in the order the usage shows them.
-const std::vector<OptionSpec>& optionSpecs();
+const std::vector<OptionRow>& optionRows();
 // "usage: orvane-cli [--script FILE] ..." on one line.
 std::string usageLine();
 // The usage line and a line for each option.
@@ -61,14 +61,14 @@ Options parseOptions(const std::vector<std::string>& args);
 // The commands
 
 // One form of a command, for the help and the usage lines.
-struct CommandSpec {
+struct CommandRow {
     const char* section;  // the heading it is listed under
     const char* name;
     const char* args;     // the arguments, as the usage shows them
     const char* help;     // what it does; "\n" starts a further line
 };
 
-const std::vector<CommandSpec>& commandSpecs();
+const std::vector<CommandRow>& commandRows();
 // The help text: every command by section, and the known conferences.
 std::string helpText();
 // "usage: NAME ARGS" for each form of the command, one a line; the general
