@@ -22,7 +22,7 @@ uint64_t TimerTaskQueue::add(int64_t seconds, std::function<void(std::string)> c
         const auto at = std::lower_bound(items.begin(), items.end(), due,
                                          [](const TimerTaskItem& t, int64_t d) { return t.due > d; });
         items.insert(at, std::move(item));
-        if (workerWaiting && due < workerWakesAt) {
+        if (due < workerWakesAt) {
             workerWakesAt = due;
             wake = true;
         }
@@ -43,13 +43,12 @@ bool TimerTaskQueue::takeNext(TimerTaskItem& out) {
     for (;;) {
         if (stopped) return false;
         if (!items.empty() && items.back().due <= clock_->systemTicks()) break;
-        workerWaiting = true;
         workerWakesAt = items.empty() ? kNever : items.back().due;
         if (items.empty())
             wakeup.wait(lock);
         else
             clock_->waitUntilTicks(wakeup, lock, workerWakesAt);
-        workerWaiting = false;
+        workerWakesAt = kAwake;
     }
     out = std::move(items.back());
     items.pop_back();

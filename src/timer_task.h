@@ -48,17 +48,17 @@ public:
 
 private:
     std::shared_ptr<Clock> clock_;
-    static constexpr int64_t kNever = INT64_MAX;
+    static constexpr int64_t kNever = INT64_MAX;   // waits without a limit
+    static constexpr int64_t kAwake = INT64_MIN;   // not waiting: nothing to wake
 
     std::vector<TimerTaskItem> items;  // latest due first: the next task stands at the back
     std::condition_variable wakeup;
     uint64_t nextId = 1;
     std::mutex mutex;
     bool stopped = false;
-    // The due time a worker waiting in takeNext will wake at by itself;
-    // kNever when it waits without a limit or nobody waits.
-    int64_t workerWakesAt = kNever;
-    bool workerWaiting = false;
+    // The due time a worker waiting in takeNext will wake at by itself:
+    // kNever when it waits without a limit, kAwake when nobody waits.
+    int64_t workerWakesAt = kAwake;
 };
 
 }  // namespace ORVANE

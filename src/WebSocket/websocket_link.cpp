@@ -517,14 +517,33 @@ WebSocketTransport::WebSocketTransport(Options options) : link_(new detail::WebS
 
 WebSocketTransport::~WebSocketTransport() = default;
 
-int WebSocketTransport::start() { return link_->start(); }
+namespace {
+// The calls that answer with a number answer -1 for what would throw (a
+// thread that cannot start, memory that runs out): nothing leaves the
+// transport as an exception.
+template <typename F>
+int guarded(const std::shared_ptr<spdlog::logger>& log, const char* operation, F&& call) {
+    try {
+        return call();
+    } catch (const std::exception& e) {
+        log->error("WebSocketTransport::{}: {}", operation, e.what());
+    } catch (...) {
+        log->error("WebSocketTransport::{}: unknown exception", operation);
+    }
+    return -1;
+}
+}  // namespace
+
+int WebSocketTransport::start() { return guarded(link_->logger(), "start", [&] { return link_->start(); }); }
 void WebSocketTransport::stop() { link_->stop(); }
 void WebSocketTransport::setStateListener(StateListener* listener) { link_->setStateListener(listener); }
 WebSocketTransport::State WebSocketTransport::state() const { return link_->state(); }
 int WebSocketTransport::setUrl(const std::string& url) { return link_->setUrl(url); }
 std::size_t WebSocketTransport::pending() const { return link_->pending(); }
 int WebSocketTransport::addProcess(Process* process) { return link_->addProcess(process); }
-int WebSocketTransport::sendTextMessage(const std::string& text) { return link_->send(text); }
+int WebSocketTransport::sendTextMessage(const std::string& text) {
+    return guarded(link_->logger(), "sendTextMessage", [&] { return link_->send(text); });
+}
 bool WebSocketTransport::isGuestLogined() { return link_->options().guest; }
 
 std::string WebSocketTransport::getErrMsgFromId(std::string id) {

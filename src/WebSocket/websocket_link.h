@@ -41,6 +41,7 @@ public:
     int addProcess(TransSDK::Process* process);
     int send(const std::string& text);
     const Options& options() const { return options_; }
+    const std::shared_ptr<spdlog::logger>& logger() const { return log_; }
 
 private:
     // On the I/O thread.
