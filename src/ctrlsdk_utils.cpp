@@ -1,6 +1,8 @@
 #include "ctrlsdk_utils.h"
 
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 
 namespace CtrlSDKUtils {
 
@@ -48,14 +50,49 @@ struct ByteKinds {
 };
 constexpr ByteKinds kByteKinds;
 
+// Whether any of the eight bytes of `word` is one that a JSON string cannot
+// carry as it is: below 0x20, '"', '\\', or not ASCII. Exact, never a false
+// alarm, so a word that passes is copied without a look at its bytes.
+bool needsEscape(std::uint64_t word) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+    const auto hasZero = [](std::uint64_t x) { return (x - kOnes) & ~x & kHighs; };
+    const std::uint64_t control = (word - kOnes * 0x20) & ~word & kHighs;
+    return ((control | hasZero(word ^ (kOnes * '"')) | hasZero(word ^ (kOnes * '\\'))) | (word & kHighs)) != 0;
+}
+
+// The length of the leading part of `text` that needs no escape.
+size_t plainPrefix(std::string_view text) {
+    size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        if (needsEscape(word)) break;
+    }
+    while (i < text.size() && kByteKinds.kind[static_cast<unsigned char>(text[i])] == 0) ++i;
+    return i;
+}
+
 }  // namespace
 
+bool isPlainJsonText(std::string_view text) { return plainPrefix(text) == text.size(); }
+
 void appendJsonString(std::string& out, std::string_view text) {
+    // Most texts need no escape: find the first byte that does, and copy
+    // what comes before it in one piece.
+    size_t i = plainPrefix(text);
+    if (i == text.size()) {
+        out.reserve(out.size() + text.size() + 2);
+        out += '"';
+        out.append(text.data(), text.size());
+        out += '"';
+        return;
+    }
     const size_t start = out.size();
-    out.reserve(start + text.size() + 2);
+    out.reserve(start + text.size() + 8);
     out += '"';
     size_t plain = 0;  // start of the run not yet copied
-    for (size_t i = 0; i < text.size(); ++i) {
+    for (; i < text.size(); ++i) {
         const unsigned char c = static_cast<unsigned char>(text[i]);
         const unsigned char kind = kByteKinds.kind[c];
         if (kind == 0) continue;

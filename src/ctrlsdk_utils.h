@@ -27,6 +27,8 @@ std::string dump(const json& j);
 // Appends `text` as a JSON string, quoted and escaped exactly as dump writes
 // it, for messages written straight from their parts.
 void appendJsonString(std::string& out, std::string_view text);
+// Whether `text` goes into a JSON string as it is, between its quotes.
+bool isPlainJsonText(std::string_view text);
 
 // Parses without exceptions; text that does not parse gives a discarded value.
 json parseQuiet(const std::string& text);

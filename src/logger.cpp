@@ -10,7 +10,11 @@
 namespace ORVANE {
 
 namespace {
-std::shared_ptr<spdlog::logger> g_logger;  // accessed with the atomic shared_ptr functions
+// The application's logger. Guarded by a plain mutex rather than the atomic
+// shared_ptr functions: reading its level at every entry then costs a lock
+// and no reference count.
+std::mutex g_loggerMutex;
+std::shared_ptr<spdlog::logger> g_logger;
 std::mutex g_fallbackMutex;
 constexpr const char* kFallbackName = "tmp_console_log";
 }  // namespace
@@ -20,24 +24,33 @@ std::atomic<int> logThreshold{spdlog::level::trace};
 }  // namespace detail
 
 void setOrvaneGlobalLogger(std::shared_ptr<spdlog::logger> logger) {
-    std::atomic_store(&g_logger, std::move(logger));
+    {
+        std::lock_guard<std::mutex> lock(g_loggerMutex);
+        g_logger.swap(logger);
+    }
+    // The old logger goes here, outside the lock: its sinks may flush.
+    logger.reset();
     refreshLogLevel();
 }
 
-std::shared_ptr<spdlog::logger> orvaneLoggerHandle() { return std::atomic_load(&g_logger); }
+std::shared_ptr<spdlog::logger> orvaneLoggerHandle() {
+    std::lock_guard<std::mutex> lock(g_loggerMutex);
+    return g_logger;
+}
 
 void refreshLogLevel() {
     int threshold = spdlog::level::trace;
-    if (const auto logger = std::atomic_load(&g_logger)) {
+    {
+        std::lock_guard<std::mutex> lock(g_loggerMutex);
         // A logger keeping a backtrace wants the lines below its level too.
-        if (!logger->should_backtrace()) threshold = logger->level();
+        if (g_logger && !g_logger->should_backtrace()) threshold = g_logger->level();
     }
     if (detail::logThreshold.load(std::memory_order_relaxed) != threshold)
         detail::logThreshold.store(threshold, std::memory_order_relaxed);
 }
 
 std::shared_ptr<spdlog::logger> OrvaneGlobalLogger() {
-    if (auto logger = std::atomic_load(&g_logger)) return logger;
+    if (auto logger = orvaneLoggerHandle()) return logger;
     // An application that keeps standard output to itself and has set no
     // logger hears nothing from the library.
     if (!consoleOutput()) return nullptr;

@@ -132,6 +132,22 @@ TEST(RestEnvelope, SortedCompactAndTolerantOfBadUtf8) {
               R"({"id":"i","method":"quelmar","msg":"method","params":[{"payload":"\"q\"","type":"get","url":"/u?a=1&b=é"}]})");
     EXPECT_EQ(restEnvelope("i", "/u/\xff", "get", "null"),
               R"({"id":"i","method":"quelmar","msg":"method","params":[{"payload":"null","type":"get","url":"/u/�"}]})");
+    // A plain message is written around its url in the url's buffer: short
+    // and long urls, with and without the room reserved, come out the same.
+    for (const size_t length : {0, 1, 40, 300}) {
+        const std::string path(length, 'p');
+        for (const size_t room : {0, 1024}) {
+            std::string url = path;
+            url.reserve(room);
+            const nlohmann::json expected = {
+                {"id", "confinfo"},
+                {"method", "quelmar"},
+                {"msg", "method"},
+                {"params", {{{"payload", "null"}, {"type", "get"}, {"url", path}}}}};
+            EXPECT_EQ(restEnvelope("confinfo", std::move(url), "get", "null"), CtrlSDKUtils::dump(expected))
+                << length << " bytes, room " << room;
+        }
+    }
 }
 
 // Messages written from their parts quote their texts exactly as the JSON
@@ -153,6 +169,18 @@ TEST(RestEnvelope, TextsAreQuotedAsTheJsonLibraryQuotesThem) {
         std::string written = "prefix";
         CtrlSDKUtils::appendJsonString(written, text);
         EXPECT_EQ(written, "prefix" + CtrlSDKUtils::dump(nlohmann::json(text))) << text;
+    }
+    // Texts are scanned eight bytes at a time: each byte that needs escaping,
+    // and its neighbours that do not, at every place of the first three words.
+    const char bytes[] = {'\0', '\x1f', ' ', '!', '"', '#', '[', '\\', ']', '\x7f', '\x80', '\xff'};
+    for (const char b : bytes) {
+        for (size_t at = 0; at < 24; ++at) {
+            std::string text(24, 'a');
+            text[at] = b;
+            std::string written;
+            CtrlSDKUtils::appendJsonString(written, text);
+            EXPECT_EQ(written, CtrlSDKUtils::dump(nlohmann::json(text))) << "byte " << int(b) << " at " << at;
+        }
     }
 }
 

@@ -1,6 +1,8 @@
 #include "orvanecmdtojson.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <cstdint>
 #include <iterator>
 #include <mutex>
@@ -41,23 +43,44 @@ Identity currentIdentity() {
     return identity;
 }
 
-bool has(const json& j, std::string_view key) { return j.is_object() && j.find(key) != j.end(); }
+// The value under `key`, or null when the data is no object or has no such key.
+const json* valueAt(const json& j, std::string_view key) {
+    if (!j.is_object()) return nullptr;
+    const auto& members = j.get_ref<const json::object_t&>();
+    const auto found = members.find(key);
+    return found == members.end() ? nullptr : &found->second;
+}
 
-// A value as it goes into a url. Forms: 's' string, 'b' bool as 1/0,
+bool has(const json& j, std::string_view key) { return valueAt(j, key) != nullptr; }
+
+// A string value in place. Any other type throws the JSON library's usual
+// "type must be string" error.
+const std::string& stringIn(const json& v) {
+    if (!v.is_string()) static_cast<void>(v.get<std::string>());
+    return v.get_ref<const std::string&>();
+}
+
+// Appends a value as it goes into a url. Forms: 's' string, 'b' bool as 1/0,
 // 'n' 32-bit integer, 'u' 32-bit unsigned, 't' 64-bit integer. A value of
 // another JSON type throws.
-std::string urlValue(const json& v, char form) {
+void appendUrlValue(std::string& url, const json& v, char form) {
+    char digits[24];
+    const auto number = [&](auto n) { url.append(digits, std::to_chars(digits, digits + sizeof digits, n).ptr); };
     switch (form) {
         case 'b':
-            return v.get<bool>() ? "1" : "0";
+            url += v.get<bool>() ? '1' : '0';
+            break;
         case 'n':
-            return std::to_string(v.get<std::int32_t>());
+            number(v.get<std::int32_t>());
+            break;
         case 'u':
-            return std::to_string(v.get<std::uint32_t>());
+            number(v.get<std::uint32_t>());
+            break;
         case 't':
-            return std::to_string(v.get<std::int64_t>());
+            number(v.get<std::int64_t>());
+            break;
         default:
-            return v.get<std::string>();
+            url += stringIn(v);
     }
 }
 
@@ -102,7 +125,10 @@ void forEachWord(std::string_view words, Each&& each) {
 
 // Appends `prefix` and the key's value when the data has the key.
 void appendIfPresent(std::string& url, const json& j, const char* prefix, const char* key, char form) {
-    if (has(j, key)) url += prefix + urlValue(j.at(key), form);
+    if (const json* v = valueAt(j, key)) {
+        url += prefix;
+        appendUrlValue(url, *v, form);
+    }
 }
 
 enum class Body {
@@ -156,8 +182,9 @@ struct Row {
 
 // The steps common to the rows. Nothing when a required key is missing.
 std::optional<Request> formRequest(const Row& row, const json& j, const std::string& text) {
-    std::string version = row.version;
-    if (!row.fixed && has(j, "version")) version = j.at("version").get<std::string>();
+    std::string_view version = row.version;
+    if (!row.fixed)
+        if (const json* v = valueAt(j, "version")) version = stringIn(*v);
 
     // Every required key is looked for before any is read: a missing key
     // gives no request even when another one has the wrong type.
@@ -173,13 +200,17 @@ std::optional<Request> formRequest(const Row& row, const json& j, const std::str
     if (!complete) return std::nullopt;
 
     Request req;
-    req.url.reserve(96);
+    // Room for the message around the url too: it is written in place.
+    req.url.reserve(256);
     req.url += row.base;
     req.url += version;
     walkPath(
         row.path, [&](std::string_view literal) { req.url += literal; },
         [&](char form, std::string_view key) {
-            req.url += form == kOwnDevice ? currentIdentity().deviceId : urlValue(j.at(key), form);
+            if (form == kOwnDevice)
+                req.url += currentIdentity().deviceId;
+            else
+                appendUrlValue(req.url, *valueAt(j, key), form);
         });
 
     switch (row.body.kind) {
@@ -242,7 +273,7 @@ std::optional<Request> logBadArguments(const Row& row, const json& j, const std:
 
 std::optional<Request> infoStartTime(const Row& row, const json& j, const std::string& text) {
     auto req = formRequest(row, j, text);
-    if (req && has(j, "starttime")) req->url += "?starttime=" + urlValue(j.at("starttime"), 'n');
+    if (req) appendIfPresent(req->url, j, "?starttime=", "starttime", 'n');
     return req;
 }
 
@@ -326,8 +357,8 @@ std::optional<Request> roomPeriod(const Row& row, const json& j, const std::stri
     // A period is all or nothing: half of one asks for every room.
     if (req && has(j, "starttime") && has(j, "endtime")) {
         std::string& url = req->url;
-        url += "?starttime=" + urlValue(j.at("starttime"), 't');
-        url += "&endtime=" + urlValue(j.at("endtime"), 't');
+        appendIfPresent(url, j, "?starttime=", "starttime", 't');
+        appendIfPresent(url, j, "&endtime=", "endtime", 't');
         appendIfPresent(url, j, "&distinguish=", "distinguish", 'b');
         appendIfPresent(url, j, "&excludeconferenceid=", "excludeconferenceid", 's');
         appendIfPresent(url, j, "&cron=", "cron", 's');
@@ -358,8 +389,8 @@ const Row& rowOf(Cmd cmd) { return rows()[static_cast<size_t>(cmd)]; }
 
 std::string run(const Row& row, const std::string& id, const std::string& data) {
     const json j = parseQuiet(data);
-    const auto req = row.step ? row.step(row, j, data) : formRequest(row, j, data);
-    return req ? restEnvelope(id, req->url, row.verb, req->payload) : std::string();
+    auto req = row.step ? row.step(row, j, data) : formRequest(row, j, data);
+    return req ? restEnvelope(id, std::move(req->url), row.verb, req->payload) : std::string();
 }
 
 }  // namespace
@@ -372,20 +403,58 @@ void setCmdIdentity(bool isMeetingRoomDevice, const std::string& deviceId, const
     identity.userId = userId;
 }
 
-std::string restEnvelope(const std::string& id, const std::string& url, const std::string& verb,
-                         const std::string& payload) {
+std::string restEnvelope(std::string_view id, std::string url, std::string_view verb, std::string_view payload) {
     // Written straight from the parts, keys in the order dump would sort them.
+    static constexpr std::string_view kOpen = "{\"id\":";
+    static constexpr std::string_view kToPayload = ",\"method\":\"quelmar\",\"msg\":\"method\",\"params\":[{\"payload\":";
+    static constexpr std::string_view kToType = ",\"type\":";
+    static constexpr std::string_view kToUrl = ",\"url\":";
+    static constexpr std::string_view kClose = "}]}";
+    // With the quotes of the four texts.
+    constexpr size_t kFixed = kOpen.size() + kToPayload.size() + kToType.size() + kToUrl.size() + kClose.size() + 8;
+    if (isPlainJsonText(id) && isPlainJsonText(payload) && isPlainJsonText(verb) && isPlainJsonText(url)) {
+        // The usual case, nothing to escape. The url comes last, so the
+        // message is written around it in its own buffer: its bytes move to
+        // the end and the rest goes in front.
+        const size_t urlSize = url.size();
+        url.resize(kFixed + id.size() + urlSize + verb.size() + payload.size());
+        char* const begin = url.data();
+        std::memmove(begin + url.size() - kClose.size() - 1 - urlSize, begin, urlSize);
+        char* at = begin;
+        const auto put = [&](std::string_view part) {
+            std::memcpy(at, part.data(), part.size());
+            at += part.size();
+        };
+        const auto quoted = [&](std::string_view part) {
+            *at++ = '"';
+            put(part);
+            *at++ = '"';
+        };
+        put(kOpen);
+        quoted(id);
+        put(kToPayload);
+        quoted(payload);
+        put(kToType);
+        quoted(verb);
+        put(kToUrl);
+        *at++ = '"';
+        at += urlSize;  // already in place
+        *at++ = '"';
+        put(kClose);
+        return url;
+    }
     std::string out;
-    out.reserve(80 + id.size() + url.size() + verb.size() + payload.size() + payload.size() / 8);
-    out += "{\"id\":";
+    // Room for a few escapes too: one allocation.
+    out.reserve(kFixed + id.size() + url.size() + verb.size() + payload.size() + payload.size() / 8);
+    out += kOpen;
     appendJsonString(out, id);
-    out += ",\"method\":\"quelmar\",\"msg\":\"method\",\"params\":[{\"payload\":";
+    out += kToPayload;
     appendJsonString(out, payload);
-    out += ",\"type\":";
+    out += kToType;
     appendJsonString(out, verb);
-    out += ",\"url\":";
+    out += kToUrl;
     appendJsonString(out, url);
-    out += "}]}";
+    out += kClose;
     return out;
 }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 // The REST requests of the conference manager and the device manager, one
 // builder per command. Each builder reads the command's JSON text and gives
@@ -44,8 +45,8 @@ using RestBuilder = std::function<std::string(const std::string& type, const std
 RestBuilder restBuilderFor(const std::string& type);
 
 // The outgoing method message of a REST request, compact with sorted keys.
-std::string restEnvelope(const std::string& id, const std::string& url, const std::string& verb,
-                         const std::string& payload);
+// Written in the url's own buffer when it has the room.
+std::string restEnvelope(std::string_view id, std::string url, std::string_view verb, std::string_view payload);
 
 // The builders, one a row of rest_commands.def by the name in its first
 // column: conf_ping, conf_info, ..., devicemgr_put_extension.
