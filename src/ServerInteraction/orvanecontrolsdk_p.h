@@ -3,9 +3,9 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <atomic>
-#include <map>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 
 #include "command_refusal.h"
 #include "orvane/controlsdk.h"
@@ -69,8 +69,9 @@ private:
     TransSDK* trans = nullptr;
     ControlReceiver* receiver = nullptr;
     // For each command type, the data of its latest send: the correlation
-    // table for replies, which carry the type as their id.
-    std::map<std::string, std::string, std::less<>> requests;
+    // table for replies, which carry the type as their id. Hashed: every
+    // command sent looks its type up.
+    std::unordered_map<std::string, std::string> requests;
     TextListener textListener_;
 };
 
