@@ -23,8 +23,8 @@ namespace {
 
 namespace CONF = ORVANE::CONF;
 
-const char* const kConfmgr = "/api/quelmar/confmgr/";
-const char* const kDevicemgr = "/api/quelmar/devicemgr/";
+constexpr std::string_view kConfmgr = "/api/quelmar/confmgr/";
+constexpr std::string_view kDevicemgr = "/api/quelmar/devicemgr/";
 constexpr bool kFixedVersion = true;
 constexpr bool kDataVersion = false;
 constexpr bool kNotRouted = false;
@@ -169,10 +169,11 @@ struct Row {
     const char* name;      // the builder's
     const char* function;  // the builder's qualified name, under which its lines are logged
     const char* type;      // the command type, which is the request's id
-    const char* verb;
-    const char* base;     // kConfmgr or kDevicemgr
-    const char* version;  // the default, which the data's "version" replaces
-    const char* path;     // after the version, with fields in braces
+    // Views, not C strings: their lengths are known once, not counted per request.
+    std::string_view verb;
+    std::string_view base;     // kConfmgr or kDevicemgr
+    std::string_view version;  // the default, which the data's "version" replaces
+    std::string_view path;     // after the version, with fields in braces
     BodyOf body;
     const char* needs = "";  // required keys beyond the path's, separated by spaces
     bool fixed = false;      // the version can't be replaced
