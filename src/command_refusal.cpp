@@ -1,5 +1,7 @@
 #include "command_refusal.h"
 
+#include <nlohmann/json.hpp>
+
 namespace ORVANE {
 
 namespace {
@@ -22,6 +24,14 @@ const char* refusalReason(Refusal refusal) {
             break;
     }
     return "";
+}
+
+Refusal refusalForData(const nlohmann::json& data) {
+    return data.is_discarded() ? Refusal::MalformedJson : Refusal::BadField;
+}
+
+Refusal refusalOf(const std::exception& jsonError) {
+    return dynamic_cast<const nlohmann::json::parse_error*>(&jsonError) ? Refusal::MalformedJson : Refusal::BadField;
 }
 
 RefusalRecord::~RefusalRecord() { t_last = refusal_; }

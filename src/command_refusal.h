@@ -1,5 +1,9 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
+#include <exception>
+
 namespace ORVANE {
 
 // Why the library did not carry out one of the application's commands.
@@ -14,6 +18,12 @@ enum class Refusal {
 
 // The word of "confsdknotify_command_refused" for a refusal; empty for None.
 const char* refusalReason(Refusal refusal);
+
+// Why data that does not give a command what it needs is refused: it is not
+// JSON at all (a discarded parse), or a field is missing or wrong.
+Refusal refusalForData(const nlohmann::json& data);
+// The same for a JSON error thrown while reading the data.
+Refusal refusalOf(const std::exception& jsonError);
 
 // The outcome of one command in a part whose sendCommand answers nothing
 // through its exported interface (the control channel, the logic). The part

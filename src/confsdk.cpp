@@ -139,12 +139,9 @@ void ConfSDK::sendCommand(const std::string& type, const std::string& data) {
     LOG_INFO("ConfSDK::sendCommand, type={}, data={}\n", type, data);
     try {
         d->sendCommand(type, data);
-    } catch (const nlohmann::json::parse_error& e) {
-        LOG_JSON_ERROR(e.what(), data);
-        d->app().commandRefused(type, Refusal::MalformedJson);
     } catch (const nlohmann::json::exception& e) {
         LOG_JSON_ERROR(e.what(), data);
-        d->app().commandRefused(type, Refusal::BadField);
+        d->app().commandRefused(type, refusalOf(e));
     } catch (const std::exception& e) {
         LOG_ERROR("ConfSDK::sendCommand failed: {}, type={}", e.what(), type);
     } catch (...) {

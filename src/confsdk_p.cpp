@@ -41,10 +41,6 @@ private:
     Refusal refusal_ = Refusal::None;
 };
 
-Refusal refusalOf(const json::exception& e) {
-    return dynamic_cast<const json::parse_error*>(&e) ? Refusal::MalformedJson : Refusal::BadField;
-}
-
 // Where a command of the application goes.
 enum class Route { Servers, Start, Reject, Leave, End, Logic, Endpoints, SyncData, DeviceName };
 
@@ -168,7 +164,7 @@ void OrvaneSDKPrivate::sendCommand(const std::string& type, const std::string& d
     } else if (route == Route::Endpoints) {
         const json j = CtrlSDKUtils::parseQuiet(data);
         if (!j.is_object() || !j.contains("confid")) {
-            refused.note(j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
+            refused.note(refusalForData(j));
             return;
         }
         try {

@@ -17,7 +17,7 @@ namespace {
 bool hasAll(const json& j, std::initializer_list<const char*> keys, RefusalRecord& outcome) {
     bool all = j.is_object();
     for (const char* k : keys) all = all && j.contains(k);
-    if (!all) outcome.refuse(j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
+    if (!all) outcome.refuse(refusalForData(j));
     return all;
 }
 

@@ -100,7 +100,7 @@ Refusal OrvaneControlSDk_private::buildRequest(const std::string& type, const st
         // Only conference state is pushed to the server.
         const json j = CtrlSDKUtils::parseQuiet(data);
         if (CtrlSDKUtils::safeString(j, "synctype") != "conference")
-            return j.is_discarded() ? Refusal::MalformedJson : Refusal::BadField;
+            return refusalForData(j);
     }
     if (wire == Wire::CallSignal) {
         text = wrapCallSignal(type, data);
@@ -157,7 +157,7 @@ void OrvaneControlSDk_private::sendCommand(const std::string& type, const std::s
     // A builder that finds a required key missing gives an empty text, which
     // the server gets all the same.
     if (text.empty())
-        outcome.refuse(CtrlSDKUtils::parseQuiet(data).is_discarded() ? Refusal::MalformedJson : Refusal::BadField);
+        outcome.refuse(refusalForData(CtrlSDKUtils::parseQuiet(data)));
     t->sendTextMessage(text);
 }
 
