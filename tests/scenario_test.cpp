@@ -28,6 +28,7 @@
 //   > notify TYPE [DATA] | > reply TYPE [DATA] | > media GROUP/CMD [DATA]
 //   = state NAME              the call machine stands in NAME
 //   = info PATTERN            this device's information (getMyInfo) matches
+//   = lobby open|closed       the lobby is open, or closes within 5 s
 //   ? log TEXT | ! log TEXT   a log line since the last input has TEXT | none has
 //
 // Before each input every output of the previous one must have been matched,
@@ -384,7 +385,14 @@ private:
     }
 
     void expectState(std::string rest) {
-        if (nextToken(rest) == "info") {
+        const std::string what = nextToken(rest);
+        if (what == "lobby") {
+            const bool open = trim(rest) == "open";
+            if (open ? !ORVANE::lobby_is_open() : !ORVANE::lobby_wait_closed(std::chrono::seconds(5)))
+                fail(std::string("the lobby is ") + (open ? "not open" : "still open"));
+            return;
+        }
+        if (what == "info") {
             const json info = json::parse(core().getMyInfo());
             if (!contains(info, json::parse(trim(rest)))) fail("this device's information is " + info.dump());
             return;
